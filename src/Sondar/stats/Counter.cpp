@@ -2,18 +2,9 @@
 
 namespace Sondar {
 
-namespace {
-// A session exists when it differs from the default one. Callers test the epoch first: it is
-// cheap and nearly always decides, so the full comparison rarely runs on the per-probe path.
-bool exists(const EpochSession& s) { return !(s == EpochSession()); }
-bool holds(const EpochSession& s, const Epoch& e) { return s.epoch() == e && exists(s); }
-}  // namespace
+const EpochSession Counter::noSession;
 
-void Counter::epochIs(const Epoch& e) {
-    epoch_ = e;
-    lastChangedEpochTime_ = Rix::now();
-    lastSequenceNumber_ = 0;
-    if (holds(prevEpochSession_, e) || holds(currentEpochSession_, e)) return;
+void Counter::newEpoch(const Epoch& e) {
     const bool havePrev = exists(prevEpochSession_);
     const bool haveCurrent = exists(currentEpochSession_);
 
@@ -31,12 +22,6 @@ void Counter::epochIs(const Epoch& e) {
     // A stream's first session starts at its first probe; a restarted transmitter numbers from 1,
     // so probes missing before the first one received count as lost.
     if (haveCurrent) currentEpochSession_.minSeqNumRecvdIs(1);
-}
-
-void Counter::setCurrentSequenceNumber(const U64& seqNo, const Epoch& e) {
-    currentSequenceNumber_ = seqNo;
-    if (holds(prevEpochSession_, e)) prevEpochSession_.setPacket(seqNo);
-    if (holds(currentEpochSession_, e)) currentEpochSession_.setPacket(seqNo);
 }
 
 void Counter::doCalcLoss() {

@@ -40,16 +40,39 @@ class Counter {
 
     // Follows the stream's epoch: a new epoch opens a new current session, and the session before
     // it becomes the previous one (a third epoch folds the oldest into its successor).
-    void epochIs(const Epoch& epoch);
+    inline void epochIs(const Epoch& epoch);
     // Counts one received probe in the session of its epoch; a probe of any other epoch only
     // updates currentSequenceNumber.
-    void setCurrentSequenceNumber(const U64& seqNo, const Epoch& epoch);
+    inline void setCurrentSequenceNumber(const U64& seqNo, const Epoch& epoch);
     // Totals over both sessions and the increments since the previous call. The increments wrap
     // and are not clamped: late probes lower a session's loss, so probesLostInc may be "negative".
     void doCalcLoss();
 
     friend bool operator==(const Counter&, const Counter&) = default;
     friend auto operator<=>(const Counter&, const Counter&) = default;
+
+  private:
+    // A session exists when it differs from the default one. The epoch is tested first: it is
+    // cheap and nearly always decides, so the full comparison rarely runs per probe.
+    static bool holds(const EpochSession& s, const Epoch& e) { return s.epoch() == e && exists(s); }
+    static bool exists(const EpochSession& s) { return !(s == noSession); }
+    static const EpochSession noSession;
+    void newEpoch(const Epoch& e);
 };
+
+// Both run for every received probe, so they are inline; a new epoch is the rare path.
+inline void Counter::epochIs(const Epoch& e) {
+    epoch_ = e;
+    lastChangedEpochTime_ = Rix::now();
+    lastSequenceNumber_ = 0;
+    if (holds(currentEpochSession_, e) || holds(prevEpochSession_, e)) return;
+    newEpoch(e);
+}
+
+inline void Counter::setCurrentSequenceNumber(const U64& seqNo, const Epoch& e) {
+    currentSequenceNumber_ = seqNo;
+    if (holds(prevEpochSession_, e)) prevEpochSession_.setPacket(seqNo);
+    if (holds(currentEpochSession_, e)) currentEpochSession_.setPacket(seqNo);
+}
 
 }  // namespace Sondar
