@@ -199,3 +199,18 @@ T valueNboRead(NboAttrLog::In& in) {
     static constexpr std::string_view typeName = qualifiedName; \
     RIX_VALUE_FIELDS(T, LIST)                                  \
     RIX_VALUE(T)
+
+namespace Rix {
+
+// An ordering by a fixed priority list of fields: the first listed field that differs decides;
+// when all listed fields are equal, neither value is less.
+template <class T, class... M>
+bool lessByPriority(const T& a, const T& b, M T::*... members) {
+    bool decided = false;
+    bool less = false;
+    ((decided || (a.*members == b.*members) ? void() : (decided = true, less = a.*members < b.*members, void())),
+     ...);
+    return less;
+}
+
+}  // namespace Rix

@@ -5,6 +5,7 @@
 #include "Sondar/RoundTrip.h"
 #include "Sondar/stats/Checkpoint.h"
 #include "Sondar/stats/Counter.h"
+#include "Sondar/stats/StreamRecords.h"
 
 namespace Sondar {
 namespace {
@@ -19,6 +20,14 @@ T sampleLeaf(unsigned seed) {
     else if constexpr (std::is_floating_point_v<T>) return seed + 0.25;
     else if constexpr (std::is_integral_v<T>) return static_cast<T>(seed + 1);
     else if constexpr (std::is_same_v<T, Epoch>) return Epoch(seed + 1, seed + 2);
+    else if constexpr (std::is_same_v<T, Rix::Name>) return Rix::Name("tx-" + std::to_string(seed));
+    else if constexpr (std::is_same_v<T, Wirex::EthAddr>) {
+        const U8 b[6] = {0, 0x1c, 0x73, 0, 0, static_cast<U8>(seed)};
+        return Wirex::EthAddr(b);
+    } else if constexpr (std::is_same_v<T, Wirex::IpAddr>) return Wirex::IpAddr(0x0a000000u + seed);
+    else if constexpr (std::is_same_v<T, Wirex::IntfId>) return Wirex::IntfId("Ethernet" + std::to_string(seed));
+    else if constexpr (std::is_same_v<T, Wirex::IpProto>) return Wirex::IpProto(static_cast<U8>(seed));
+    else if constexpr (std::is_same_v<T, Bridging::VlanIdOrNone>) return Bridging::VlanIdOrNone(static_cast<U16>(seed));
     else return sample<T>(seed * 7 + 1);
 }
 
@@ -37,7 +46,10 @@ template <class T>
 class StatsValueForms : public ::testing::Test {};
 using StatsTypes = ::testing::Types<Epoch, DuplicateProbeWindow, EpochSession, Counter, CheckpointCounter,
                                     CheckpointInterval, EgressCheckpointCounter, EgressCheckpointInterval,
-                                    CheckpointTimesKey, CheckpointTimes>;
+                                    CheckpointTimesKey, CheckpointTimes, EgressHeader, EgressStream,
+                                    IngressStream, EgressStreamTable, TransmitterStreamPair,
+                                    IngressStreamStatisticsTableEntry, IngressCheckpointStatisticsTableEntry,
+                                    EgressCheckpointStatisticsTableEntry>;
 TYPED_TEST_SUITE(StatsValueForms, StatsTypes);
 
 TYPED_TEST(StatsValueForms, RoundTripWithEveryFieldSet) {
@@ -72,6 +84,16 @@ TEST(StatsValueFormsTest, PythonReadsTheNamesInOrder) {
         {valueToStrep(sample<CheckpointTimes>(1)).str(),
          S{"key", "versionInitial", "versionFinal", "endOfIngressCheckpoint", "startOfIngressCheckpoint",
            "endOfEgressCheckpoint", "startOfEgressCheckpoint"}},
+        {valueToStrep(sample<IngressStream>(1)).str(),
+         S{"srcEthAddr", "dstEthAddr", "tag", "dstIpAddr", "egressIntf", "egressIntfIp", "srcIpAddr", "ttl", "ipType",
+           "srcPort", "egressIfIndex", "ingressIntf"}},
+        {valueToStrep(sample<EgressHeader>(1)).str(),
+         S{"srcEthAddr", "dstEthAddr", "tag", "dstIpAddr", "egressIntf", "egressIntfIp"}},
+        {valueToStrep(sample<TransmitterStreamPair>(1)).str(), S{"transmitter", "stream"}},
+        {valueToStrep(sample<EgressStreamTable>(1)).str(), S{"key", "numProbesTx", "numProbesNotTx", "probeInterval"}},
+        {valueToStrep(sample<IngressStreamStatisticsTableEntry>(1)).str(), S{"key", "dormant", "counter"}},
+        {valueToStrep(sample<EgressCheckpointStatisticsTableEntry>(1)).str(),
+         S{"key", "lastWritten", "latestCheckpointCounter", "previousCheckpointCounter", "interval"}},
     });
 }
 
