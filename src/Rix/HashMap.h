@@ -21,9 +21,9 @@ struct DefaultHash {
 };
 
 template <class K>
-    requires requires(const K& k) {
-        { k.hash() } -> std::convertible_to<std::size_t>;
-    }
+requires requires(const K& k) {
+    { k.hash() } -> std::convertible_to<std::size_t>;
+}
 struct DefaultHash<K> {
     std::size_t operator()(const K& k) const noexcept(noexcept(k.hash())) {
         return static_cast<std::size_t>(k.hash());
@@ -44,7 +44,8 @@ class HashMap {
     using const_iterator = IteratorConst;
 
     HashMap() = default;
-    explicit HashMap(Hash hash, Equal equal = Equal()) : map_(0, std::move(hash), std::move(equal)) {}
+    explicit HashMap(Hash hash, Equal equal = Equal())
+        : map_(0, std::move(hash), std::move(equal)) {}
 
     std::size_t size() const noexcept { return map_.size(); }
     bool empty() const noexcept { return map_.empty(); }

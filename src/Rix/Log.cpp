@@ -19,11 +19,13 @@ struct Conversion {
 // the argument's own type decides them.
 Conversion nextConversion(std::string_view fmt, std::size_t& pos) {
     const std::size_t start = pos;
-    while (pos < fmt.size() && std::string_view("-+ #0123456789.").find(fmt[pos]) != std::string_view::npos) {
+    while (pos < fmt.size() &&
+           std::string_view("-+ #0123456789.").find(fmt[pos]) != std::string_view::npos) {
         ++pos;
     }
     const std::string_view spec = fmt.substr(start, pos - start);
-    while (pos < fmt.size() && std::string_view("hlLqjzt").find(fmt[pos]) != std::string_view::npos) ++pos;
+    while (pos < fmt.size() && std::string_view("hlLqjzt").find(fmt[pos]) != std::string_view::npos)
+        ++pos;
     RIX_ASSERT(pos < fmt.size() && "log format ends inside a conversion");
     const char type = fmt[pos++];
     RIX_ASSERT(std::string_view("diouxXcfFeEgGaAsp%").find(type) != std::string_view::npos &&
@@ -55,12 +57,15 @@ void appendInteger(std::string& out, const Conversion& c, const LogArg& a) {
         case 'd':
         case 'i':
             // an unsigned value above the signed range stays positive
-            if (isSigned) append(out, c.spec, "ll", 'd', static_cast<long long>(a.signedValue()));
-            else append(out, c.spec, "ll", 'u', static_cast<unsigned long long>(a.unsignedValue()));
+            if (isSigned)
+                append(out, c.spec, "ll", 'd', static_cast<long long>(a.signedValue()));
+            else
+                append(out, c.spec, "ll", 'u', static_cast<unsigned long long>(a.unsignedValue()));
             return;
         case 'c':
-            append(out, c.spec, "", 'c',
-                   static_cast<int>(isSigned ? a.signedValue() : static_cast<S64>(a.unsignedValue())));
+            append(
+                out, c.spec, "", 'c',
+                static_cast<int>(isSigned ? a.signedValue() : static_cast<S64>(a.unsignedValue())));
             return;
         default:
             append(out, c.spec, "ll", c.type,
@@ -109,7 +114,13 @@ std::string logFormat(std::string_view fmt, std::span<const LogArg> args) {
                 RIX_ASSERT(a.kind() == LogArg::Kind::pointer && "%p takes a pointer");
                 append(out, c.spec, "", 'p', a.pointerValue());
                 break;
-            case 'd': case 'i': case 'o': case 'u': case 'x': case 'X': case 'c':
+            case 'd':
+            case 'i':
+            case 'o':
+            case 'u':
+            case 'x':
+            case 'X':
+            case 'c':
                 RIX_ASSERT((a.kind() == LogArg::Kind::signedInt ||
                             a.kind() == LogArg::Kind::unsignedInt) &&
                            "an integer conversion takes an integer");
@@ -117,10 +128,14 @@ std::string logFormat(std::string_view fmt, std::span<const LogArg> args) {
                 break;
             default: {
                 double v = 0;
-                if (a.kind() == LogArg::Kind::real) v = a.realValue();
-                else if (a.kind() == LogArg::Kind::signedInt) v = static_cast<double>(a.signedValue());
-                else if (a.kind() == LogArg::Kind::unsignedInt) v = static_cast<double>(a.unsignedValue());
-                else RIX_ASSERT(!"a floating-point conversion takes a number");
+                if (a.kind() == LogArg::Kind::real)
+                    v = a.realValue();
+                else if (a.kind() == LogArg::Kind::signedInt)
+                    v = static_cast<double>(a.signedValue());
+                else if (a.kind() == LogArg::Kind::unsignedInt)
+                    v = static_cast<double>(a.unsignedValue());
+                else
+                    RIX_ASSERT(!"a floating-point conversion takes a number");
                 append(out, c.spec, "", c.type, v);
             }
         }
@@ -142,7 +157,7 @@ SinkHolder& sinkHolder() {
 }
 
 void syslogSink(const LogRecord& r) {
-    const int priority = r.handle.severity() < LOG_EMERG ? LOG_EMERG
+    const int priority = r.handle.severity() < LOG_EMERG   ? LOG_EMERG
                          : r.handle.severity() > LOG_DEBUG ? LOG_DEBUG
                                                            : r.handle.severity();
     ::syslog(LOG_USER | priority, "%%%s: %s", r.handle.name(), r.text.c_str());
@@ -201,8 +216,10 @@ void LogHandle::logArgs(std::span<const LogArg> args) {
         std::lock_guard<std::mutex> lock(h.mutex);
         sink = h.sink;
     }
-    if (sink) sink(record);
-    else syslogSink(record);
+    if (sink)
+        sink(record);
+    else
+        syslogSink(record);
 }
 
 }  // namespace Rix

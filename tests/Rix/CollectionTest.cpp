@@ -85,10 +85,14 @@ TEST(RbTreeMapTest, StartAtAndFindNextMatchAReferenceUnderACustomOrder) {
                                    [&](const Key& k) { return ByBThenA()(probe, k); });
             auto s = tree.startAt(probe);
             auto n = tree.findNext(probe);
-            if (lo == sorted.end()) EXPECT_EQ(s, tree.end());
-            else EXPECT_EQ(s->first, *lo);
-            if (hi == sorted.end()) EXPECT_EQ(n, tree.end());
-            else EXPECT_EQ(n->first, *hi);
+            if (lo == sorted.end())
+                EXPECT_EQ(s, tree.end());
+            else
+                EXPECT_EQ(s->first, *lo);
+            if (hi == sorted.end())
+                EXPECT_EQ(n, tree.end());
+            else
+                EXPECT_EQ(n->first, *hi);
             EXPECT_EQ(tree.contains(probe), lo != sorted.end() && *lo == probe);
         }
     }

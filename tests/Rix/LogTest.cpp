@@ -1,11 +1,11 @@
 // Log handles: typed printf-like formatting, the rate limit on the framework clock, the sink.
-#include "Rix/Log.h"
-
 #include <gtest/gtest.h>
 
 #include <cstdio>
 #include <limits>
 #include <vector>
+
+#include "Rix/Log.h"
 
 namespace {
 
@@ -18,8 +18,8 @@ class LogTest : public ::testing::Test {
         fakeNow = 1000.0;
         oldClock_ = Rix::nowSourceIs(&fakeClock);
         oldSink_ = Rix::logSinkIs([this](const Rix::LogRecord& r) {
-            lines_.push_back(std::string(r.handle.name()) + "|" + std::to_string(r.handle.severity()) +
-                             "|" + r.text);
+            lines_.push_back(std::string(r.handle.name()) + "|" +
+                             std::to_string(r.handle.severity()) + "|" + r.text);
         });
     }
     void TearDown() override {
@@ -49,17 +49,19 @@ TEST_F(LogTest, HandleKeepsWhatItWasBuiltFrom) {
 TEST_F(LogTest, FormattingTakesArgumentsByTheirOwnType) {
     const U64 big = std::numeric_limits<U64>::max();
     char expect[256];
-    std::snprintf(expect, sizeof expect, "lost %llu of %lld on %s (%5.2f%%) [%-4s] %x %c", 
+    std::snprintf(expect, sizeof expect, "lost %llu of %lld on %s (%5.2f%%) [%-4s] %x %c",
                   static_cast<unsigned long long>(big), -3ll, "stream A", 12.345, "ab", 255u, 'z');
     Rix::LogHandle h("X", 4, "lost %d of %ld on %s (%5.2f%%) [%-4s] %x %c", "e", "a", 0, 1, 0);
-    EXPECT_EQ(h.text(big, S8{-3}, Rix::String8("stream A"), 12.345, std::string("ab"), U16{255}, 'z'),
-              expect);
+    EXPECT_EQ(
+        h.text(big, S8{-3}, Rix::String8("stream A"), 12.345, std::string("ab"), U16{255}, 'z'),
+        expect);
     Rix::LogHandle plain("Y", 4, "100%% done, %u streams, %g s", "e", "a", 0, 1, 0);
     EXPECT_EQ(plain.text(2, 1.5f), "100% done, 2 streams, 1.5 s");
     EXPECT_EQ(Rix::logFormatArgCount("%d %% %s %5.1f"), 3u);
     // no truncation however long the argument
     const std::string longText(1000, 'q');
-    EXPECT_EQ(Rix::LogHandle("Z", 4, "<%s>", "e", "a", 0, 1, 0).text(longText), "<" + longText + ">");
+    EXPECT_EQ(Rix::LogHandle("Z", 4, "<%s>", "e", "a", 0, 1, 0).text(longText),
+              "<" + longText + ">");
 }
 
 TEST_F(LogTest, MismatchedArgumentsAreProgrammingErrors) {
@@ -70,18 +72,21 @@ TEST_F(LogTest, MismatchedArgumentsAreProgrammingErrors) {
     EXPECT_DEATH(h.text("s", "s"), "integer conversion takes an integer");
     EXPECT_DEATH(h.text(1, 2), "%s takes a string");
     EXPECT_DEATH(Rix::LogHandle("B", 4, "%*d", "e", "a", 0, 1, 0), "unsupported conversion");
-    EXPECT_DEATH(Rix::LogHandle("B", 4, "ends in %", "e", "a", 0, 1, 0), "ends inside a conversion");
+    EXPECT_DEATH(Rix::LogHandle("B", 4, "ends in %", "e", "a", 0, 1, 0),
+                 "ends inside a conversion");
 }
 
 TEST_F(LogTest, LogGoesToTheSinkWithNameAndSeverity) {
-    Rix::LogHandle h("SONDAR_PROBES_LOST", 4,
-                     "Sondar detected %d probe(s) lost for all probe streams over the last %d seconds.",
-                     "e", "a", 0.0, 1.0, 0);
+    Rix::LogHandle h(
+        "SONDAR_PROBES_LOST", 4,
+        "Sondar detected %d probe(s) lost for all probe streams over the last %d seconds.", "e",
+        "a", 0.0, 1.0, 0);
     h.log(U64{17}, 30);
     ASSERT_EQ(lines_.size(), 1u);
-    EXPECT_EQ(lines_[0],
-              "SONDAR_PROBES_LOST|4|Sondar detected 17 probe(s) lost for all probe streams over the last "
-              "30 seconds.");
+    EXPECT_EQ(
+        lines_[0],
+        "SONDAR_PROBES_LOST|4|Sondar detected 17 probe(s) lost for all probe streams over the last "
+        "30 seconds.");
 }
 
 TEST_F(LogTest, RateLimitAllowsBurstMessagesPerInterval) {

@@ -83,7 +83,8 @@ TEST(PtrTest, ValidPtrRefusesNull) {
         }
         return std::string("no exception");
     };
-    EXPECT_EQ(text([] { Rix::ValidPtr<Counted> v(static_cast<Counted*>(nullptr)); }), "null ValidPtr");
+    EXPECT_EQ(text([] { Rix::ValidPtr<Counted> v(static_cast<Counted*>(nullptr)); }),
+              "null ValidPtr");
     EXPECT_EQ(text([] { Rix::ValidPtr<Counted> v{Rix::Ptr<Derived>()}; }), "null ValidPtr");
     Rix::ValidPtr<Counted> v(Rix::Ptr<Derived>(new Derived(&deleted)));
     EXPECT_EQ(v->value, 5);

@@ -1,12 +1,12 @@
 // Text forms of primitives, with Python's literal syntax as the reference where it applies.
-#include "Rix/Strep.h"
-
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <cstring>
 #include <limits>
 #include <random>
+
+#include "Rix/Strep.h"
 
 namespace {
 
@@ -53,14 +53,17 @@ TEST(StrepTest, DoublesAreShortestAndAlwaysLookLikeFloats) {
     const struct {
         double v;
         const char* text;
-    } cases[] = {{0.0, "0.0"},   {0.05, "0.05"}, {60.0, "60.0"},  {-0.0, "-0.0"},     {1e21, "1e+21"},
-                 {0.1 + 0.2, "0.30000000000000004"}, {1.5e-7, "1.5e-07"},
-                 {HUGE_VAL, "inf"}, {-HUGE_VAL, "-inf"}, {std::nan(""), "nan"}};
+    } cases[] = {{0.0, "0.0"},         {0.05, "0.05"},    {60.0, "60.0"},
+                 {-0.0, "-0.0"},       {1e21, "1e+21"},   {0.1 + 0.2, "0.30000000000000004"},
+                 {1.5e-7, "1.5e-07"},  {HUGE_VAL, "inf"}, {-HUGE_VAL, "-inf"},
+                 {std::nan(""), "nan"}};
     for (const auto& c : cases) {
         EXPECT_EQ(Rix::valueToStrep(c.v).str(), c.text);
         const double back = Rix::strepToValue<double>(c.text);
-        if (std::isnan(c.v)) EXPECT_TRUE(std::isnan(back));
-        else EXPECT_EQ(std::memcmp(&back, &c.v, sizeof back), 0) << c.text;
+        if (std::isnan(c.v))
+            EXPECT_TRUE(std::isnan(back));
+        else
+            EXPECT_EQ(std::memcmp(&back, &c.v, sizeof back), 0) << c.text;
     }
     // every double reads back bit for bit from its text
     std::mt19937_64 rng(11);

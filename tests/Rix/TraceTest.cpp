@@ -1,13 +1,12 @@
 // Tracing: levels per module from the environment and the API, the capture sink, and that a
 // trace line's text is not built when its level is off.
-#include "Rix/Trace.h"
-
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <vector>
 
 #include "Rix/Exception.h"
+#include "Rix/Trace.h"
 
 namespace {
 

@@ -15,7 +15,8 @@ int main() {
     Rix::logSinkIs([&](const Rix::LogRecord& r) { logged = r.text; });
     Rix::LogHandle h("DOWNSTREAM", 6, "epoch %s", "e", Rix::NoActionRequired, 0, 1, 0);
     h.log(text);
-    const std::string expect = "Value('Sondar::Epoch', ** {'seconds': 1700000000, 'useconds': 250})";
+    const std::string expect =
+        "Value('Sondar::Epoch', ** {'seconds': 1700000000, 'useconds': 250})";
     if (!(back == e) || text != expect || logged != "epoch " + expect) {
         std::fprintf(stderr, "downstream: unexpected %s / %s\n", text.c_str(), logged.c_str());
         return 1;
