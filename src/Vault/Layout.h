@@ -1,0 +1,93 @@
+#pragma once
+// The image of a table in shared memory, shared by the writer and its readers.
+//
+// A segment is a 64-byte header followed by slotCount slots of slotWords 8-byte words each:
+//   word 0       the slot's sequence counter: odd while the writer is changing the slot;
+//   word 1       meta: bits 0-31 the entry check, bits 32-39 the state, bits 40-63 the slot index;
+//   words 2..    the key's bytes, zero padded to whole words, then the value's bytes likewise.
+// An empty slot has meta 0; a removed one (a tombstone, which keeps probe chains intact) has the
+// tombstone state and check 0; a live one carries the check of its index, key and value, so that
+// bytes overwritten by anything but the writer's protocol are detected.
+//
+// Every word is accessed through std::atomic_ref: the writer stores, readers load, both
+// relaxed apart from the sequence counter, whose ordering is described in VaultMap and
+// VaultReader.
+#include <atomic>
+#include <cstddef>
+#include <string>
+
+#include "Rix/Types.h"
+
+namespace Vault {
+
+constexpr U64 segmentMagic = 0x3154'4C55'4156'5253ull;
+constexpr U32 layoutVersion = 1;
+constexpr std::size_t headerBytes = 64;
+constexpr U32 maxCapacity = 1u << 22;
+constexpr U32 maxRecordBytes = 1u << 16;
+
+enum class SlotState : U8 { empty = 0, live = 1, tombstone = 2 };
+
+// The fixed part of the header, written once when the segment is created.
+struct HeaderFields {
+    U64 magic = 0;
+    U32 version = 0;
+    U32 keySize = 0;
+    U32 valueSize = 0;
+    U32 capacity = 0;
+    U32 slotCount = 0;
+    U32 slotWords = 0;
+    U32 check = 0;  // over every field above
+    U32 reserved = 0;
+};
+static_assert(sizeof(HeaderFields) == 40);
+// Header word 5 counts the live entries; words 6 and 7 are reserved.
+constexpr std::size_t headerFieldWords = sizeof(HeaderFields) / 8;
+constexpr std::size_t liveCountWord = 5;
+
+inline U64 loadWord(const U64* w, std::memory_order o = std::memory_order_relaxed) {
+    return std::atomic_ref<U64>(*const_cast<U64*>(w)).load(o);
+}
+inline void storeWord(U64* w, U64 v, std::memory_order o = std::memory_order_relaxed) {
+    std::atomic_ref<U64>(*w).store(v, o);
+}
+
+constexpr U32 wordsFor(U32 bytes) { return (bytes + 7) / 8; }
+// Slots are at most half taken, so that probe chains stay short.
+U32 slotCountFor(U32 capacity);
+inline U32 slotWordsFor(U32 keySize, U32 valueSize) {
+    return 2 + wordsFor(keySize) + wordsFor(valueSize);
+}
+U64 segmentBytesFor(U32 capacity, U32 keySize, U32 valueSize);
+
+// The check of a run of words, seeded with whatever else the check must cover.
+U32 wordsCheck(U64 seed, const U64* words, std::size_t n);
+U32 headerCheck(const HeaderFields& h);
+
+inline U64 liveMeta(U32 index, U32 check) {
+    return U64{check} | (U64{static_cast<U8>(SlotState::live)} << 32) | (U64{index} << 40);
+}
+inline U64 tombstoneMeta(U32 index) {
+    return (U64{static_cast<U8>(SlotState::tombstone)} << 32) | (U64{index} << 40);
+}
+inline U32 metaCheck(U64 meta) { return static_cast<U32>(meta); }
+inline U8 metaState(U64 meta) { return static_cast<U8>(meta >> 32); }
+inline U32 metaIndex(U64 meta) { return static_cast<U32>(meta >> 40); }
+// Seeds the check of a live slot with its index, so that a slot copied elsewhere is caught.
+inline U64 slotSeed(U32 index) { return 0x5107'0000'0000'0000ull ^ index; }
+
+HeaderFields makeHeader(U32 capacity, U32 keySize, U32 valueSize);
+HeaderFields loadHeader(const void* segment);
+// Empty when the header is a valid one for these sizes and segment length; otherwise what is
+// wrong with it, naming the segment.
+std::string headerProblem(const HeaderFields& h, const std::string& segmentName, U32 keySize,
+                          U32 valueSize, U64 segmentBytes);
+
+// Home slot of a hash: the high bits of a multiplicative mix, so that weak low bits of a key's
+// own hash still spread over the table.
+inline U32 homeSlot(U64 hash, U32 slotCount) {
+    const U64 mixed = (hash ^ (hash >> 32)) * 0x9E37'79B9'7F4A'7C15ull;
+    return static_cast<U32>(mixed >> 32) & (slotCount - 1);
+}
+
+}  // namespace Vault
