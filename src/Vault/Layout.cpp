@@ -13,33 +13,6 @@ U64 segmentBytesFor(U32 capacity, U32 keySize, U32 valueSize) {
     return headerBytes + U64{slotCountFor(capacity)} * slotWordsFor(keySize, valueSize) * 8;
 }
 
-namespace {
-constexpr U64 mul = 0x9FB2'1C65'1E98'DF25ull;
-inline U64 lane(U64 h, U64 w) { return std::rotl((h ^ w) * mul, 27); }
-}  // namespace
-
-// Four independent lanes keep the multiplications of a 200-byte entry off one dependency
-// chain; the final mix carries every lane's high bits into the 32 bits kept.
-U32 wordsCheck(U64 seed, const U64* w, std::size_t n) {
-    U64 a = seed ^ 0x243F'6A88'85A3'08D3ull, b = 0x1319'8A2E'0370'7344ull;
-    U64 c = 0xA409'3822'299F'31D0ull, d = 0x082E'FA98'EC4E'6C89ull;
-    std::size_t i = 0;
-    for (; i + 4 <= n; i += 4) {
-        a = lane(a, w[i]);
-        b = lane(b, w[i + 1]);
-        c = lane(c, w[i + 2]);
-        d = lane(d, w[i + 3]);
-    }
-    for (; i < n; ++i) a = lane(a, w[i]);
-    U64 h = a ^ std::rotl(b, 16) ^ std::rotl(c, 32) ^ std::rotl(d, 48) ^ n;
-    h ^= h >> 31;
-    h *= 0xBF58'476D'1CE4'E5B9ull;
-    h ^= h >> 29;
-    h *= 0x94D0'49BB'1331'11EBull;
-    h ^= h >> 32;
-    return static_cast<U32>(h);
-}
-
 U32 headerCheck(const HeaderFields& h) {
     U64 words[headerFieldWords];
     HeaderFields copy = h;

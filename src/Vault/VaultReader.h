@@ -110,10 +110,12 @@ class VaultReader {
         if (handler_) handler_("table " + name_ + ": " + what);
         return ReadResult::corrupt;
     }
-    // Copies slot i's meta and key; the value too when `wanted` is null or the key equals it.
-    Copy copySlot(U32 i, const K* wanted, U64& meta, Payload& p, bool& keyMatched) const;
+    // Copies slot i's meta and key; the value too when `wanted` is null or the key equals it,
+    // and then also the check of the copied words.
+    Copy copySlot(U32 i, const K* wanted, U64& meta, Payload& p, bool& keyMatched,
+                  U32& check) const;
     // Empty when slot i's consistent copy is a valid one.
-    std::string slotProblem(U32 i, U64 meta, const Payload& p) const {
+    std::string slotProblem(U32 i, U64 meta, U32 check) const {
         const U8 st = metaState(meta);
         if (meta == 0) return {};
         if (st == U8(SlotState::tombstone)) {
@@ -123,7 +125,7 @@ class VaultReader {
             return Rix::format("slot %u has a bad state", i);
         }
         if (options_.verifyChecks &&
-            metaCheck(meta) != wordsCheck(slotSeed(i), p.data(), payloadWords)) {
+            metaCheck(meta) != check) {
             return Rix::format("slot %u failed its check", i);
         }
         return {};
@@ -144,19 +146,22 @@ class VaultReader {
 template <class K, class V, class H>
 typename VaultReader<K, V, H>::Copy VaultReader<K, V, H>::copySlot(U32 i, const K* wanted,
                                                                      U64& meta, Payload& p,
-                                                                     bool& keyMatched) const {
+                                                                     bool& keyMatched,
+                                                                     U32& check) const {
     const U64* s = slot(i);
     for (U32 attempt = 0; attempt < options_.maxRetries; ++attempt) {
         if (attempt >= 64) sched_yield();
         const U64 before = loadWord(s, std::memory_order_acquire);
         if (before & 1) continue;
         meta = loadWord(s + 1);
-        for (U32 w = 0; w < keyWords; ++w) p[w] = loadWord(s + 2 + w);
+        EntryCheck c(slotSeed(i));
+        c.load(s + 2, p.data(), 0, keyWords);
         K k;
         std::memcpy(static_cast<void*>(&k), p.data(), sizeof(K));
         keyMatched = wanted == nullptr || k == *wanted;
         if (keyMatched) {
-            for (U32 w = keyWords; w < payloadWords; ++w) p[w] = loadWord(s + 2 + w);
+            c.load(s + 2, p.data(), keyWords, payloadWords);
+            check = c.value(payloadWords);
         }
         std::atomic_thread_fence(std::memory_order_acquire);
         if (options_.skipSecondSequenceCheck) return Copy::whole;
@@ -174,12 +179,15 @@ ReadResult VaultReader<K, V, H>::find(const K& key, V& out) const {
     for (U32 n = 0; n < slotCount_; ++n, i = (i + 1) & mask) {
         U64 meta = 0;
         bool matched = false;
-        if (copySlot(i, &key, meta, p, matched) == Copy::busy) return ReadResult::busy;
+        U32 check = 0;
+        if (copySlot(i, &key, meta, p, matched, check) == Copy::busy) return ReadResult::busy;
         if (meta == 0) return ReadResult::absent;
         if (metaState(meta) == U8(SlotState::live) && !matched) continue;
         if (metaState(meta) == U8(SlotState::tombstone) && meta == tombstoneMeta(i)) continue;
-        const std::string problem = slotProblem(i, meta, p);
-        if (!problem.empty()) return corrupt(problem);
+        const bool valid = metaState(meta) == U8(SlotState::live) && metaIndex(meta) == i &&
+                           (!options_.verifyChecks ||
+                            metaCheck(meta) == check);
+        if (!valid) return corrupt(slotProblem(i, meta, check));
         std::memcpy(static_cast<void*>(&out), p.data() + keyWords, sizeof(V));
         return ReadResult::found;
     }
@@ -199,11 +207,12 @@ ScanResult VaultReader<K, V, H>::forEach(F&& f) const {
     for (U32 i = 0; i < slotCount_; ++i) {
         U64 meta = 0;
         bool matched = false;
-        if (copySlot(i, nullptr, meta, p, matched) == Copy::busy) {
+        U32 check = 0;
+        if (copySlot(i, nullptr, meta, p, matched, check) == Copy::busy) {
             ++r.busy;
             continue;
         }
-        const std::string problem = slotProblem(i, meta, p);
+        const std::string problem = slotProblem(i, meta, check);
         if (!problem.empty()) {
             corrupt(problem);
             ++r.corrupt;
