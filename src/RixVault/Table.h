@@ -27,7 +27,9 @@ class Table {
         map_.changeHookIs(std::move(hook));
     }
     const std::string& tableName() const { return tableName_; }
-    void corruptionHandlerIs(CorruptionHandler handler) { map_.corruptionHandlerIs(std::move(handler)); }
+    void corruptionHandlerIs(CorruptionHandler handler) {
+        map_.corruptionHandlerIs(std::move(handler));
+    }
     void mount(Vault::CollectionControl& control) {
         guarded([&] { map_.mount(control); });
     }

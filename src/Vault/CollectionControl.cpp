@@ -11,10 +11,14 @@ namespace Vault {
 
 const char* mountStateName(MountState s) {
     switch (s) {
-        case MountState::unmounted: return "unmounted";
-        case MountState::created: return "created";
-        case MountState::recovered: return "recovered";
-        case MountState::failed: return "failed";
+        case MountState::unmounted:
+            return "unmounted";
+        case MountState::created:
+            return "created";
+        case MountState::recovered:
+            return "recovered";
+        case MountState::failed:
+            return "failed";
     }
     return "unknown";
 }
@@ -23,7 +27,8 @@ CollectionControl::CollectionControl(std::string name, U32 capacity, Permissions
     : name_(std::move(name)), capacity_(capacity), permissions_(permissions) {
     bool ok = !name_.empty() && name_.size() <= 200;
     for (char c : name_) {
-        const bool alnum = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
+        const bool alnum =
+            (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
         ok = ok && (alnum || c == '.' || c == '_' || c == '-');
     }
     if (!ok) throw Exception("bad table name '" + name_ + "'");
@@ -38,9 +43,9 @@ CollectionControl::~CollectionControl() {
 }
 
 std::string CollectionControl::description() const {
-    std::string s = Rix::format("table %s: %s, %u of %u entries, mode %04o", name_.c_str(),
-                                mountStateName(state_), size(), capacity_,
-                                static_cast<unsigned>(mode()));
+    std::string s =
+        Rix::format("table %s: %s, %u of %u entries, mode %04o", name_.c_str(),
+                    mountStateName(state_), size(), capacity_, static_cast<unsigned>(mode()));
     if (repaired_) s += Rix::format(", %u entries repaired", repaired_);
     if (!error_.empty()) s += ", error: " + error_;
     return s;

@@ -30,7 +30,8 @@ class CollectionControl {
   public:
     // `name` is the segment's name without the leading slash: letters, digits, '.', '_', '-'.
     // Throws Vault::Exception on a bad name or a capacity of 0 or above maxCapacity.
-    CollectionControl(std::string name, U32 capacity, Permissions permissions = Permissions::ownerOnly);
+    CollectionControl(std::string name, U32 capacity,
+                      Permissions permissions = Permissions::ownerOnly);
     CollectionControl(const CollectionControl&) = delete;
     CollectionControl& operator=(const CollectionControl&) = delete;
     ~CollectionControl();

@@ -57,9 +57,10 @@ std::string headerProblem(const HeaderFields& h, const std::string& name, U32 ke
                            name.c_str(), h.version, layoutVersion);
     }
     if (h.keySize != keySize || h.valueSize != valueSize) {
-        return Rix::format("shared-memory segment %s holds %u-byte keys and %u-byte values, "
-                           "expected %u and %u",
-                           name.c_str(), h.keySize, h.valueSize, keySize, valueSize);
+        return Rix::format(
+            "shared-memory segment %s holds %u-byte keys and %u-byte values, "
+            "expected %u and %u",
+            name.c_str(), h.keySize, h.valueSize, keySize, valueSize);
     }
     if (h.capacity == 0 || h.capacity > maxCapacity || h.slotCount != slotCountFor(h.capacity) ||
         h.slotWords != slotWordsFor(keySize, valueSize)) {

@@ -79,10 +79,18 @@ class EntryCheck {
     }
     void add(std::size_t position, U64 w) {
         switch (position & 3) {
-            case 0: a0_ += w, b0_ += a0_; break;
-            case 1: a1_ += w, b1_ += a1_; break;
-            case 2: a2_ += w, b2_ += a2_; break;
-            default: a3_ += w, b3_ += a3_; break;
+            case 0:
+                a0_ += w, b0_ += a0_;
+                break;
+            case 1:
+                a1_ += w, b1_ += a1_;
+                break;
+            case 2:
+                a2_ += w, b2_ += a2_;
+                break;
+            default:
+                a3_ += w, b3_ += a3_;
+                break;
         }
     }
     U32 value(std::size_t n) const {

@@ -17,14 +17,17 @@ namespace Vault {
 
 namespace {
 [[noreturn]] void fail(const std::string& name, const char* what, int err) {
-    throw Exception(Rix::format("shared-memory segment %s: %s: %s", name.c_str(), what,
-                                std::strerror(err)));
+    throw Exception(
+        Rix::format("shared-memory segment %s: %s: %s", name.c_str(), what, std::strerror(err)));
 }
 }  // namespace
 
 Segment::Segment(Segment&& o) noexcept
-    : name_(std::move(o.name_)), base_(std::exchange(o.base_, nullptr)),
-      bytes_(std::exchange(o.bytes_, 0)), fd_(std::exchange(o.fd_, -1)), created_(o.created_) {}
+    : name_(std::move(o.name_)),
+      base_(std::exchange(o.base_, nullptr)),
+      bytes_(std::exchange(o.bytes_, 0)),
+      fd_(std::exchange(o.fd_, -1)),
+      created_(o.created_) {}
 
 Segment& Segment::operator=(Segment&& o) noexcept {
     if (this != &o) {

@@ -142,7 +142,9 @@ class VaultMap final : public MountedTable {
         const Payload p = encode(keys_[i], values_[i]);
         publish(i, liveMeta(i, wordsCheck(slotSeed(i), p.data(), payloadWords)), p.data());
     }
-    void storeLiveCount() { storeWord(reinterpret_cast<U64*>(segment_.base()) + liveCountWord, live_); }
+    void storeLiveCount() {
+        storeWord(reinterpret_cast<U64*>(segment_.base()) + liveCountWord, live_);
+    }
     // Throws NoMansLandException for `op` after the handler saw `what`.
     [[noreturn]] void noMansLand(const char* op, const std::string& what) const {
         if (handler_) handler_(what);
@@ -190,9 +192,9 @@ void VaultMap<K, V, H>::mount(CollectionControl& control) {
                                                       sizeof(K), sizeof(V), seg.bytes());
             if (!problem.empty()) throw Exception(problem);
             if (loadHeader(base).capacity != control.capacity()) {
-                throw Exception(Rix::format("shared-memory segment %s holds %u entries, expected %u",
-                                            control.segmentName().c_str(),
-                                            loadHeader(base).capacity, control.capacity()));
+                throw Exception(Rix::format(
+                    "shared-memory segment %s holds %u entries, expected %u",
+                    control.segmentName().c_str(), loadHeader(base).capacity, control.capacity()));
             }
         }
         capacity_ = fields.capacity;
@@ -268,7 +270,8 @@ void VaultMap<K, V, H>::checkImage(const char* op, U32 i) const {
     const U64* base = static_cast<const U64*>(segment_.base());
     for (std::size_t w = 0; w < headerFieldWords; ++w) {
         if (loadWord(base + w) != header_[w]) {
-            noMansLand(op, Rix::format("table %s: header word %zu was overwritten", name_.c_str(), w));
+            noMansLand(op,
+                       Rix::format("table %s: header word %zu was overwritten", name_.c_str(), w));
         }
     }
     if (loadWord(base + liveCountWord) != live_) {
@@ -324,8 +327,9 @@ bool VaultMap<K, V, H>::directCommit(const V* value) {
     const std::uintptr_t offset = addr - first;
     const U32 i = static_cast<U32>(offset / sizeof(V));
     if (addr < first || offset % sizeof(V) != 0 || offset / sizeof(V) >= slotCount_ || !isLive(i)) {
-        noMansLand("directCommit", Rix::format("table %s: committed entry is not a live entry of it",
-                                               name_.c_str()));
+        noMansLand(
+            "directCommit",
+            Rix::format("table %s: committed entry is not a live entry of it", name_.c_str()));
     }
     checkImage("directCommit", i);
     const Payload p = encode(keys_[i], values_[i]);
@@ -398,7 +402,8 @@ U32 VaultMap<K, V, H>::validate() {
         }
         if (!ok) {
             ++bad;
-            if (handler_) handler_(Rix::format("table %s: slot %u was overwritten", name_.c_str(), i));
+            if (handler_)
+                handler_(Rix::format("table %s: slot %u was overwritten", name_.c_str(), i));
         }
     }
     return bad;
@@ -412,8 +417,9 @@ template <class K, class V, class H>
 void VaultMap<K, V, H>::recover() {
     auto drop = [&](U32 i, const char* why) {
         ++repaired_;
-        if (handler_) handler_(Rix::format("table %s: slot %u %s; its entry was removed",
-                                           name_.c_str(), i, why));
+        if (handler_)
+            handler_(
+                Rix::format("table %s: slot %u %s; its entry was removed", name_.c_str(), i, why));
         publish(i, tombstoneMeta(i), nullptr);
     };
     for (U32 i = 0; i < slotCount_; ++i) {

@@ -85,10 +85,14 @@ class VaultReader {
     std::optional<V> lookup(const K& key) const {
         V v;
         switch (find(key, v)) {
-            case ReadResult::found: return v;
-            case ReadResult::absent: return std::nullopt;
-            case ReadResult::busy: throw Exception("table " + name_ + ": entry stays busy");
-            case ReadResult::corrupt: break;
+            case ReadResult::found:
+                return v;
+            case ReadResult::absent:
+                return std::nullopt;
+            case ReadResult::busy:
+                throw Exception("table " + name_ + ": entry stays busy");
+            case ReadResult::corrupt:
+                break;
         }
         throw Exception("table " + name_ + ": entry is corrupt");
     }
@@ -119,13 +123,13 @@ class VaultReader {
         const U8 st = metaState(meta);
         if (meta == 0) return {};
         if (st == U8(SlotState::tombstone)) {
-            return meta == tombstoneMeta(i) ? std::string() : Rix::format("slot %u has a bad tombstone", i);
+            return meta == tombstoneMeta(i) ? std::string()
+                                            : Rix::format("slot %u has a bad tombstone", i);
         }
         if (st != U8(SlotState::live) || metaIndex(meta) != i) {
             return Rix::format("slot %u has a bad state", i);
         }
-        if (options_.verifyChecks &&
-            metaCheck(meta) != check) {
+        if (options_.verifyChecks && metaCheck(meta) != check) {
             return Rix::format("slot %u failed its check", i);
         }
         return {};
@@ -145,9 +149,9 @@ class VaultReader {
 
 template <class K, class V, class H>
 typename VaultReader<K, V, H>::Copy VaultReader<K, V, H>::copySlot(U32 i, const K* wanted,
-                                                                     U64& meta, Payload& p,
-                                                                     bool& keyMatched,
-                                                                     U32& check) const {
+                                                                   U64& meta, Payload& p,
+                                                                   bool& keyMatched,
+                                                                   U32& check) const {
     const U64* s = slot(i);
     for (U32 attempt = 0; attempt < options_.maxRetries; ++attempt) {
         if (attempt >= 64) sched_yield();
@@ -185,8 +189,7 @@ ReadResult VaultReader<K, V, H>::find(const K& key, V& out) const {
         if (metaState(meta) == U8(SlotState::live) && !matched) continue;
         if (metaState(meta) == U8(SlotState::tombstone) && meta == tombstoneMeta(i)) continue;
         const bool valid = metaState(meta) == U8(SlotState::live) && metaIndex(meta) == i &&
-                           (!options_.verifyChecks ||
-                            metaCheck(meta) == check);
+                           (!options_.verifyChecks || metaCheck(meta) == check);
         if (!valid) return corrupt(slotProblem(i, meta, check));
         std::memcpy(static_cast<void*>(&out), p.data() + keyWords, sizeof(V));
         return ReadResult::found;

@@ -1,8 +1,7 @@
-#include "RixVault/Table.h"
-
 #include <gtest/gtest.h>
 
 #include "RixVault/Reader.h"
+#include "RixVault/Table.h"
 #include "Vault/VaultTestSupport.h"
 
 using namespace VaultTest;
@@ -45,9 +44,15 @@ TEST(RixVaultTable, GuardsOperationsAndConvertsErrors) {
     const U64 saved = header[1];
     header[1] ^= 1;
     const std::vector<std::pair<std::function<void()>, std::string>> ops = {
-        {[&] { table.write(Key{1, 1}, Record::make(1, 2)); }, "VaultMap::safeWrite() in no man's land"},
+        {[&] {
+             table.write(Key{1, 1}, Record::make(1, 2));
+         },
+         "VaultMap::safeWrite() in no man's land"},
         {[&] { table.commit(entry); }, "VaultMap::directCommit() in no man's land"},
-        {[&] { table.remove(Key{1, 1}); }, "VaultMap::safeRemove() in no man's land"},
+        {[&] {
+             table.remove(Key{1, 1});
+         },
+         "VaultMap::safeRemove() in no man's land"},
         {[&] { table.removeAll(); }, "VaultMap::safeRemove() in no man's land"},
     };
     for (const auto& [op, text] : ops) {

@@ -49,8 +49,12 @@ TornFigures readWhileWriting(const ReaderOptions& options) {
                 ++f.accepted;
                 if (!r.intact() || r.key != k) ++f.torn;
                 break;
-            case ReadResult::busy: ++f.busy; break;
-            default: ++f.torn; break;  // a present key must never read absent or corrupt
+            case ReadResult::busy:
+                ++f.busy;
+                break;
+            default:
+                ++f.torn;
+                break;  // a present key must never read absent or corrupt
         }
         if (n % 1024 == 0 && waitpid(writer, nullptr, WNOHANG) == writer) break;
     }

@@ -61,7 +61,8 @@ TEST(VaultCorruption, RandomBytesOverHeaderAndEntriesAreDetected) {
                 readerMust = readerMust || i < sizeof(HeaderFields);
                 continue;
             }
-            const std::size_t slot = (i - headerBytes) / slotBytes, inSlot = (i - headerBytes) % slotBytes;
+            const std::size_t slot = (i - headerBytes) / slotBytes,
+                              inSlot = (i - headerBytes) % slotBytes;
             const U8* seq = image + headerBytes + slot * slotBytes;
             if (inSlot < 8) {
                 writerMust = true;
@@ -141,9 +142,8 @@ TEST(VaultCorruption, RestartedWriterRemovesDamagedEntries) {
     EXPECT_NE(reports[0].find("failed its check; its entry was removed"), std::string::npos);
     EXPECT_EQ(map.size(), 4u);
     Reader reader(*name);
-    const ScanResult scan = reader.forEach([](const U64& k, const Record& r) {
-        EXPECT_TRUE(r.intact() && r.key == k);
-    });
+    const ScanResult scan = reader.forEach(
+        [](const U64& k, const Record& r) { EXPECT_TRUE(r.intact() && r.key == k); });
     EXPECT_EQ(scan.entries, 4u);
     EXPECT_EQ(scan.corrupt + scan.busy, 0u);
 }

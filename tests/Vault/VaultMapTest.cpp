@@ -1,5 +1,3 @@
-#include "Vault/VaultMap.h"
-
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/mman.h>
@@ -10,6 +8,7 @@
 #include <random>
 #include <unordered_map>
 
+#include "Vault/VaultMap.h"
 #include "Vault/VaultReader.h"
 #include "VaultTestSupport.h"
 
@@ -86,8 +85,8 @@ TEST(VaultMap, MatchesReferenceMapUnderRandomOperations) {
     }
     std::map<U32, U64> walked, scanned;
     for (auto it = map.begin(); it != map.end(); ++it) walked[it.key().stream] = it->version;
-    const ScanResult scan = reader.forEach(
-        [&](const Key& k, const Record& r) { scanned[k.stream] = r.version; });
+    const ScanResult scan =
+        reader.forEach([&](const Key& k, const Record& r) { scanned[k.stream] = r.version; });
     EXPECT_EQ(scan.busy + scan.corrupt, 0u);
     std::map<U32, U64> expected;
     for (const auto& [k, r] : reference) expected[k] = r.version;
@@ -137,7 +136,8 @@ TEST(VaultMap, DirectCommitPublishesInPlaceChangesOnly) {
     EXPECT_NE(corruption.find("not a live entry"), std::string::npos);
     map.safeRemove(key(1));
     corruption.clear();
-    EXPECT_EQ(errorOf([&] { map.directCommit(entry); }), "VaultMap::directCommit() in no man's land");
+    EXPECT_EQ(errorOf([&] { map.directCommit(entry); }),
+              "VaultMap::directCommit() in no man's land");
     EXPECT_FALSE(corruption.empty()) << "a removed entry's pointer";
 
     map.safeWrite(key(2), Record::make(2, 1));
@@ -275,8 +275,9 @@ TEST(VaultReader, RefusesMissingOtherTypedOrWorldWritableSegments) {
     CollectionControl control(*name, 8);
     Map map;
     map.mount(control);
-    EXPECT_NE(errorOf([&] { VaultReader<Key, U64, KeyHash> r(*name); })
-                  .find("holds 8-byte keys and 200-byte values, expected 8 and 8"),
+    EXPECT_NE(errorOf([&] {
+                  VaultReader<Key, U64, KeyHash> r(*name);
+              }).find("holds 8-byte keys and 200-byte values, expected 8 and 8"),
               std::string::npos);
     ASSERT_EQ(chmod(("/dev/shm/" + *name).c_str(), 0666), 0);
     EXPECT_NE(errorOf([&] { Reader r(*name); }).find("others than its owner may write it"),
