@@ -183,7 +183,12 @@ void VaultMap<K, V, H>::mount(CollectionControl& control) {
         const HeaderFields fields = makeHeader(control.capacity(), sizeof(K), sizeof(V));
         std::memcpy(header_.data(), &fields, sizeof fields);
         U64* base = static_cast<U64*>(seg.base());
-        if (seg.created()) {
+        // A segment of this writer's own, of the right mode and size, whose header is still all
+        // zero is one whose creator was killed before writing the header: it is finished here.
+        bool blankHeader = true;
+        for (std::size_t w = 0; w < headerBytes / 8; ++w)
+            blankHeader = blankHeader && !loadWord(base + w);
+        if (seg.created() || blankHeader) {
             // The magic goes last: a reader attaching meanwhile finds no table yet.
             for (std::size_t w = 1; w < headerFieldWords; ++w) storeWord(base + w, header_[w]);
             storeWord(base, header_[0], std::memory_order_release);

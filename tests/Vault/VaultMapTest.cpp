@@ -232,6 +232,10 @@ TEST(VaultMap, RefusesForeignSegments) {
         ASSERT_GE(fd, 0);
         ASSERT_EQ(fchmod(fd, c.mode), 0);
         ASSERT_EQ(ftruncate(fd, c.size), 0);
+        if (c.error == "is not a table (bad magic)") {
+            const char junk[] = "not a table header";
+            ASSERT_EQ(write(fd, junk, sizeof junk), ssize_t(sizeof junk));
+        }
         if (c.owner) {
             ASSERT_EQ(fchown(fd, c.owner, 0), 0);
         }
@@ -244,6 +248,24 @@ TEST(VaultMap, RefusesForeignSegments) {
         EXPECT_EQ(control.state(), MountState::failed);
         EXPECT_EQ(control.error(), error);
     }
+}
+
+// A writer killed between sizing the segment and writing its header leaves a blank one of the
+// right owner, mode and size: the next writer finishes it instead of refusing it forever.
+TEST(VaultMap, FinishesSegmentWhoseCreatorDiedBeforeTheHeader) {
+    ScopedName name;
+    const int fd = shm_open(("/" + *name).c_str(), O_RDWR | O_CREAT | O_EXCL, 0600);
+    ASSERT_GE(fd, 0);
+    ASSERT_EQ(fchmod(fd, 0600), 0);
+    ASSERT_EQ(ftruncate(fd, segmentBytesFor(8, sizeof(Key), sizeof(Record))), 0);
+    close(fd);
+    EXPECT_THROW(Reader r(*name), Exception) << "no table before the header is written";
+    CollectionControl control(*name, 8);
+    Map map;
+    map.mount(control);
+    EXPECT_EQ(control.state(), MountState::recovered);
+    map.safeWrite(key(3), Record::make(3, 1));
+    EXPECT_EQ(Reader(*name).lookup(key(3))->version, 1u);
 }
 
 TEST(VaultMap, OneWriterAtATimeAndRestartKeepsEntries) {
