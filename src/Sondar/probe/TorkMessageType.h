@@ -25,7 +25,9 @@ Rix::String8 stringValue(TorkMessageType t);
 TorkMessageType TorkMessageTypeInstance(U32 value);
 TorkMessageType TorkMessageTypeInstance(const Rix::String8& name);
 // The text form is the quoted name: 'torkProbe'. Stream output is the bare name.
-inline Rix::String8 valueToStrep(TorkMessageType t) { return Rix::valueToStrep<TorkMessageType>(t); }
+inline Rix::String8 valueToStrep(TorkMessageType t) {
+    return Rix::valueToStrep<TorkMessageType>(t);
+}
 std::ostream& operator<<(std::ostream& os, TorkMessageType t);
 
 // Hooks through which the framework's text and attribute-log readers map a number or a name back.
@@ -51,8 +53,10 @@ class TorkImplMessageType {
     constexpr void valueIs(U8 v) noexcept { value_ = v; }
 
     RIX_VALUE(TorkImplMessageType)
-    friend constexpr bool operator==(const TorkImplMessageType&, const TorkImplMessageType&) = default;
-    friend constexpr auto operator<=>(const TorkImplMessageType&, const TorkImplMessageType&) = default;
+    friend constexpr bool operator==(const TorkImplMessageType&,
+                                     const TorkImplMessageType&) = default;
+    friend constexpr auto operator<=>(const TorkImplMessageType&,
+                                      const TorkImplMessageType&) = default;
 
   private:
     U8 value_ = 0;

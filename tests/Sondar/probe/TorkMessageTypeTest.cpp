@@ -1,8 +1,8 @@
-#include "Sondar/probe/TorkMessageType.h"
-
 #include <gtest/gtest.h>
 
 #include <sstream>
+
+#include "Sondar/probe/TorkMessageType.h"
 
 namespace Sondar {
 namespace {
@@ -21,7 +21,8 @@ TEST(TorkMessageTypeTest, NamesNumbersAndTextForms) {
         U32 value;
         const char* name;
     };
-    for (const Case& c : {Case{0, "torkUnknownType"}, Case{1, "torkProbe"}, Case{2, "torkLastProbe"}}) {
+    for (const Case& c :
+         {Case{0, "torkUnknownType"}, Case{1, "torkProbe"}, Case{2, "torkLastProbe"}}) {
         const TorkMessageType t = TorkMessageTypeInstance(c.value);
         EXPECT_EQ(static_cast<U32>(t), c.value);
         EXPECT_EQ(stringValue(t).str(), c.name);
