@@ -15,6 +15,7 @@
 // notifiee's onNotificationException(id) and the pass goes on. An entity whose last reference
 // goes away during a pass is deleted when the pass ends.
 #include <cstddef>
+#include <functional>
 #include <initializer_list>
 #include <map>
 #include <string>
@@ -51,6 +52,8 @@ const char* kindName(AttributeKind k) noexcept;
 template <class K, class V>
 class Member : public PtrInterface {
   public:
+    using Key = K;
+    using Value = V;
     Member(const K& k, const V& v) : key_(k), value_(v) {}
     const K& key() const noexcept { return key_; }
     const V& value() const noexcept { return value_; }
@@ -224,6 +227,17 @@ class Entity : public PtrInterface {
         notify<N>(id, cb);
         return true;
     }
+    // A setter with a rule: the value is stored first, then check() may throw, in which case the
+    // new value stays and nobody is told.
+    template <class T, class N, class Check>
+    bool attributeIs(T& slot, const T& v, AttributeId id, void (N::*cb)(), Check&& check) {
+        if (slot == v) return false;
+        slot = v;
+        dirtyMark(id);
+        check();
+        notify<N>(id, cb);
+        return true;
+    }
     // Counters add and subtract in the attribute's own width and wrap.
     template <class T, class N>
     bool attributeInc(T& slot, T n, AttributeId id, void (N::*cb)()) {
@@ -237,7 +251,7 @@ class Entity : public PtrInterface {
     template <class N, class Cb, class K>
     void notifyKeyed(AttributeId id, Cb keyed, const K& k) {
         dirtyMark(id);
-        notify<N>(id, [&](N& n) { (n.*keyed)(k); });
+        notify<N>(id, [&](N& n) { std::invoke(keyed, n, k); });
     }
 
     // Create or update in place; equal values do nothing.
@@ -405,10 +419,15 @@ struct MemberFunctionTraits<R (C::*)() const noexcept> {
     using Result = std::remove_cvref_t<R>;
 };
 
+// Get is a const member function, or for a class constant a static one.
 template <auto Get>
 String8 readThrough(const Entity& e) {
-    using Tr = MemberFunctionTraits<decltype(Get)>;
-    return valueToStrep((static_cast<const typename Tr::Class&>(e).*Get)());
+    if constexpr (std::is_member_function_pointer_v<decltype(Get)>) {
+        using Tr = MemberFunctionTraits<decltype(Get)>;
+        return valueToStrep((static_cast<const typename Tr::Class&>(e).*Get)());
+    } else {
+        return valueToStrep(Get());
+    }
 }
 
 template <auto Get, auto Set>
@@ -474,3 +493,67 @@ inline AttributeDescriptor action(AttributeId id, const char* name) {
 }
 
 }  // namespace Rix
+
+// ---- Accessor families ----------------------------------------------------------------------
+// Written inside an entity class C that has `NotifieeConst`, an id `xId` and a data member `x_`
+// of type Coll for its collection attribute x. A member change tells each notifiee
+// onXrixImmediate() and then onX(key); emptying a non-empty collection with xDelAll() tells each
+// key in turn and then onX() once.
+
+// The three callbacks of a collection, inside C::NotifieeConst.
+#define RIX_COLLECTION_CALLBACKS(X, KP) \
+    virtual void on##X() {}             \
+    virtual void on##X(KP) {}           \
+    virtual void on##X##rixImmediate() {}
+
+// Iterators (from the start or from a key), deletion of one key and of all.
+#define RIX_COLLECTION_ACCESS(x, X, Coll, KP)                                     \
+  public:                                                                         \
+    using X##Iterator = Coll::Iterator;                                           \
+    using X##IteratorConst = Coll::IteratorConst;                                 \
+    X##Iterator x##Iter() { return x##_.iterator(); }                             \
+    X##Iterator x##Iter(KP k) { return x##_.iterator(k); }                        \
+    X##IteratorConst x##IterConst() const { return x##_.iteratorConst(); }        \
+    X##IteratorConst x##IterConst(KP k) const { return x##_.iteratorConst(k); }   \
+    std::size_t x##Size() const noexcept { return x##_.size(); }                  \
+    ::Rix::Ptr<Coll::Element> x##Del(KP k) {                                      \
+        return memberDel<NotifieeConst>(x##_, Coll::Key(k), x##Id, rixTell##X);   \
+    }                                                                             \
+    void x##DelAll() {                                                            \
+        if (x##_.empty()) return;                                                 \
+        memberDelAll<NotifieeConst>(x##_, x##Id, rixTell##X);                     \
+        notify<NotifieeConst>(x##Id, [](NotifieeConst& n) { n.on##X(); });        \
+    }                                                                             \
+    static constexpr auto rixTell##X = [](NotifieeConst& n, const Coll::Key& k) { \
+        n.on##X##rixImmediate();                                                  \
+        n.on##X(k);                                                               \
+    };
+
+// A collection of values: the lookup (the value type's default when absent), xIs(k, v), newX(k, v).
+#define RIX_MEMBER_COLLECTION(x, X, Coll, KP, VP)                                                \
+    RIX_COLLECTION_ACCESS(x, X, Coll, KP)                                                        \
+    Coll::Element::Value x(KP k) const {                                                         \
+        const auto* m = x##_.find(Coll::Key(k));                                                 \
+        return m ? m->value() : Coll::Element::Value{};                                          \
+    }                                                                                            \
+    void x##Is(KP k, VP v) {                                                                     \
+        memberIs<NotifieeConst>(x##_, Coll::Key(k), Coll::Element::Value(v), x##Id, rixTell##X); \
+    }                                                                                            \
+    ::Rix::Ptr<Coll::Element> new##X(KP k, VP v) {                                               \
+        return memberNew<NotifieeConst>(x##_, Coll::Key(k), Coll::Element::Value(v), x##Id,      \
+                                        rixTell##X);                                             \
+    }
+
+// A collection of owned child entities made by the expression `make` (with the key k in scope):
+// the lookup (null when absent), newX(k) and xIs(k), which returns an existing child.
+#define RIX_CHILD_COLLECTION(x, X, Coll, KP, make)                                              \
+    RIX_COLLECTION_ACCESS(x, X, Coll, KP)                                                       \
+    ::Rix::Ptr<Coll::Element> x(KP k) const { return ::Rix::Ptr<Coll::Element>(x##_.find(k)); } \
+    ::Rix::Ptr<Coll::Element> new##X(KP k) {                                                    \
+        return childNew<NotifieeConst>(x##_, Coll::Key(k), x##Id, rixTell##X,                   \
+                                       [&] { return ::Rix::Ptr<Coll::Element>(make); });        \
+    }                                                                                           \
+    ::Rix::Ptr<Coll::Element> x##Is(KP k) {                                                     \
+        return childIs<NotifieeConst>(x##_, Coll::Key(k), x##Id, rixTell##X,                    \
+                                      [&] { return ::Rix::Ptr<Coll::Element>(make); });         \
+    }

@@ -30,8 +30,8 @@ class Gadget : public Rix::Entity {
       public:
         virtual void onCount() {}
         virtual void onLevel() {}
-        virtual void onPart(U16) {}
-        virtual void onKid(const Rix::Name&) {}
+        RIX_COLLECTION_CALLBACKS(Part, U16)
+        RIX_COLLECTION_CALLBACKS(Kid, const Rix::Name&)
     };
     using Notifiee = Rix::TypedNotifiee<Gadget, NotifieeConst>;
 
@@ -44,33 +44,18 @@ class Gadget : public Rix::Entity {
     void levelIs(const double& v) { attributeIs(level_, v, levelId, &NotifieeConst::onLevel); }
     U8 defaultCount() const { return 7; }
     U32 doubled() const { return 2u * count_; }
-    U32 part(U16 k) const {
-        auto* m = part_.find(k);
-        return m ? m->value() : 0;
-    }
-    void partIs(U16 k, U32 v) {
-        memberIs<NotifieeConst>(part_, k, v, partId, &NotifieeConst::onPart);
-    }
-    void partDel(U16 k) { memberDel<NotifieeConst>(part_, k, partId, &NotifieeConst::onPart); }
-    void partDelAll() { memberDelAll<NotifieeConst>(part_, partId, &NotifieeConst::onPart); }
-    using PartIteratorConst = Rix::MemberCollection<U16, U32>::IteratorConst;
-    PartIteratorConst partIterConst() const { return part_.iteratorConst(); }
-    Rix::Ptr<Gadget> kid(const Rix::Name& n) const { return kid_.find(n); }
-    Rix::Ptr<Gadget> kidIs(const Rix::Name& n) {
-        return childIs<NotifieeConst>(kid_, n, kidId, &NotifieeConst::onKid,
-                                      [&] { return Rix::Ptr<Gadget>(new Gadget(n)); });
-    }
-    void kidDel(const Rix::Name& n) {
-        memberDel<NotifieeConst>(kid_, n, kidId, &NotifieeConst::onKid);
-    }
+    using PartCollection = Rix::MemberCollection<U16, U32>;
+    using KidCollection = Rix::ChildCollection<Rix::Name, Gadget>;
+    RIX_MEMBER_COLLECTION(part, Part, PartCollection, U16, U32)
+    RIX_CHILD_COLLECTION(kid, Kid, KidCollection, const Rix::Name&, new Gadget(k))
 
     static const Rix::AttributeTable table;
 
   private:
     U8 count_ = 0;
     double level_ = 0.0;
-    Rix::MemberCollection<U16, U32> part_;
-    Rix::ChildCollection<Rix::Name, Gadget> kid_;
+    PartCollection part_;
+    KidCollection kid_;
 };
 
 const Rix::AttributeTable Gadget::table{
@@ -94,6 +79,7 @@ struct Recorder : Gadget::Notifiee {
     }
     void onLevel() override { log->push_back(me + ".level"); }
     void onPart(U16 k) override { log->push_back(me + ".part" + std::to_string(k)); }
+    void onPart() override { log->push_back(me + ".part*"); }
     void onKid(const Rix::Name& n) override { log->push_back(me + ".kid " + n.str()); }
     void onIsNondestructing() override { log->push_back(me + ".nondestructing"); }
     void onNotificationException(Rix::AttributeId id) override {
@@ -247,6 +233,7 @@ TEST_F(EntityTest, MembersAndChildren) {
     for (auto it = g->partIterConst(); it; ++it) seen[it.key()] = it->value();
     EXPECT_EQ(seen, (std::map<U16, U32>{{1, 11}, {2, 20}}));
     g->partDelAll();
+    g->partDelAll();  // already empty: nobody told
     EXPECT_EQ(g->part(1), 0u);
 
     Rix::Ptr<Gadget> k1 = g->kidIs("k");
@@ -261,7 +248,7 @@ TEST_F(EntityTest, MembersAndChildren) {
     // delete-all tells each key in turn, in hash order
     std::sort(log.begin() + 3, log.begin() + 5);
     EXPECT_EQ(log, (std::vector<std::string>{"a.part1", "a.part1", "a.part2", "a.part1", "a.part2",
-                                             "a.kid k", "a.kid k"}));
+                                             "a.part*", "a.kid k", "a.kid k"}));
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 
 #include <sstream>
 
+#include "Sondar/config/DestSetConfig.h"
 #include "Sondar/config/ProbeRate.h"
 #include "Sondar/config/ProbesPerSecond.h"
 #include "Sondar/config/SourcePortConfig.h"
@@ -23,7 +24,9 @@ std::string rangeMessage(auto&& f) {
 
 TEST(ConfigValueTest, RoundTripEveryType) {
     RoundTrip::all(ProbesPerSecond(4294967295u), ProbeRate(3, 7, ProbeRateUnit::minutes),
-                   SourcePortConfig(SourcePortType::list, 4, 5000, 3), TorkSettings(true, 49152));
+                   SourcePortConfig(SourcePortType::list, 4, 5000, 3), TorkSettings(true, 49152),
+                   IpDestSetConfig(Wirex::IpAddrWithMask(Wirex::IpAddr(10, 1, 2, 3), 24), 300),
+                   Ip6DestSetConfig(Wirex::Ip6AddrWithMask(Wirex::Ip6Addr("2001:db8::7"), 120), 9));
 }
 
 TEST(ConfigValueTest, ExactTextAndBinaryForms) {
@@ -85,6 +88,10 @@ TEST(ConfigValueTest, OrderingsAreFieldByField) {
         b(SourcePortType::sequential, 1, 1, 2);
     EXPECT_NE(a, b);
     EXPECT_LT(a, b);
+    const Wirex::IpAddrWithMask s(Wirex::IpAddr(10, 0, 0, 1), 32);
+    EXPECT_LT(IpDestSetConfig(s, 9), IpDestSetConfig(s, 10));
+    EXPECT_LT(IpDestSetConfig(s, 10),
+              IpDestSetConfig(Wirex::IpAddrWithMask(Wirex::IpAddr(10, 0, 0, 2), 0), 1));
     EXPECT_TRUE(!TorkSettings());
     EXPECT_FALSE(!TorkSettings(false, 1));
 }
