@@ -107,6 +107,28 @@ class Collection {
     IteratorConst iteratorConst(const K& k) const {
         return IteratorConst(map_.find(k), map_.end());
     }
+    // Ordered collections only: from the first key not less than k, and from the first key
+    // greater than k.
+    Iterator startAt(const K& k)
+        requires requires(Map m) { m.lower_bound(k); }
+    {
+        return Iterator(map_.lower_bound(k), map_.end());
+    }
+    IteratorConst startAt(const K& k) const
+        requires requires(const Map m) { m.lower_bound(k); }
+    {
+        return IteratorConst(map_.lower_bound(k), map_.end());
+    }
+    Iterator findNext(const K& k)
+        requires requires(Map m) { m.upper_bound(k); }
+    {
+        return Iterator(map_.upper_bound(k), map_.end());
+    }
+    IteratorConst findNext(const K& k) const
+        requires requires(const Map m) { m.upper_bound(k); }
+    {
+        return IteratorConst(map_.upper_bound(k), map_.end());
+    }
     Map& map() noexcept { return map_; }
     const Map& map() const noexcept { return map_; }
 
@@ -509,22 +531,22 @@ inline AttributeDescriptor action(AttributeId id, const char* name) {
 // Iterators (from the start or from a key), deletion of one key and of all.
 #define RIX_COLLECTION_ACCESS(x, X, Coll, KP)                                     \
   public:                                                                         \
-    using X##Iterator = Coll::Iterator;                                           \
-    using X##IteratorConst = Coll::IteratorConst;                                 \
+    using X##Iterator = typename Coll::Iterator;                                           \
+    using X##IteratorConst = typename Coll::IteratorConst;                                 \
     X##Iterator x##Iter() { return x##_.iterator(); }                             \
     X##Iterator x##Iter(KP k) { return x##_.iterator(k); }                        \
     X##IteratorConst x##IterConst() const { return x##_.iteratorConst(); }        \
     X##IteratorConst x##IterConst(KP k) const { return x##_.iteratorConst(k); }   \
     std::size_t x##Size() const noexcept { return x##_.size(); }                  \
-    ::Rix::Ptr<Coll::Element> x##Del(KP k) {                                      \
-        return memberDel<NotifieeConst>(x##_, Coll::Key(k), x##Id, rixTell##X);   \
+    ::Rix::Ptr<typename Coll::Element> x##Del(KP k) {                                      \
+        return memberDel<NotifieeConst>(x##_, typename Coll::Key(k), x##Id, rixTell##X);   \
     }                                                                             \
     void x##DelAll() {                                                            \
         if (x##_.empty()) return;                                                 \
         memberDelAll<NotifieeConst>(x##_, x##Id, rixTell##X);                     \
         notify<NotifieeConst>(x##Id, [](NotifieeConst& n) { n.on##X(); });        \
     }                                                                             \
-    static constexpr auto rixTell##X = [](NotifieeConst& n, const Coll::Key& k) { \
+    static constexpr auto rixTell##X = [](NotifieeConst& n, const typename Coll::Key& k) { \
         n.on##X##rixImmediate();                                                  \
         n.on##X(k);                                                               \
     };
@@ -532,15 +554,15 @@ inline AttributeDescriptor action(AttributeId id, const char* name) {
 // A collection of values: the lookup (the value type's default when absent), xIs(k, v), newX(k, v).
 #define RIX_MEMBER_COLLECTION(x, X, Coll, KP, VP)                                                \
     RIX_COLLECTION_ACCESS(x, X, Coll, KP)                                                        \
-    Coll::Element::Value x(KP k) const {                                                         \
-        const auto* m = x##_.find(Coll::Key(k));                                                 \
-        return m ? m->value() : Coll::Element::Value{};                                          \
+    typename Coll::Element::Value x(KP k) const {                                                         \
+        const auto* m = x##_.find(typename Coll::Key(k));                                                 \
+        return m ? m->value() : typename Coll::Element::Value{};                                          \
     }                                                                                            \
     void x##Is(KP k, VP v) {                                                                     \
-        memberIs<NotifieeConst>(x##_, Coll::Key(k), Coll::Element::Value(v), x##Id, rixTell##X); \
+        memberIs<NotifieeConst>(x##_, typename Coll::Key(k), typename Coll::Element::Value(v), x##Id, rixTell##X); \
     }                                                                                            \
-    ::Rix::Ptr<Coll::Element> new##X(KP k, VP v) {                                               \
-        return memberNew<NotifieeConst>(x##_, Coll::Key(k), Coll::Element::Value(v), x##Id,      \
+    ::Rix::Ptr<typename Coll::Element> new##X(KP k, VP v) {                                               \
+        return memberNew<NotifieeConst>(x##_, typename Coll::Key(k), typename Coll::Element::Value(v), x##Id,      \
                                         rixTell##X);                                             \
     }
 
@@ -548,12 +570,12 @@ inline AttributeDescriptor action(AttributeId id, const char* name) {
 // the lookup (null when absent), newX(k) and xIs(k), which returns an existing child.
 #define RIX_CHILD_COLLECTION(x, X, Coll, KP, make)                                              \
     RIX_COLLECTION_ACCESS(x, X, Coll, KP)                                                       \
-    ::Rix::Ptr<Coll::Element> x(KP k) const { return ::Rix::Ptr<Coll::Element>(x##_.find(k)); } \
-    ::Rix::Ptr<Coll::Element> new##X(KP k) {                                                    \
-        return childNew<NotifieeConst>(x##_, Coll::Key(k), x##Id, rixTell##X,                   \
-                                       [&] { return ::Rix::Ptr<Coll::Element>(make); });        \
+    ::Rix::Ptr<typename Coll::Element> x(KP k) const { return ::Rix::Ptr<typename Coll::Element>(x##_.find(k)); } \
+    ::Rix::Ptr<typename Coll::Element> new##X(KP k) {                                                    \
+        return childNew<NotifieeConst>(x##_, typename Coll::Key(k), x##Id, rixTell##X,                   \
+                                       [&] { return ::Rix::Ptr<typename Coll::Element>(make); });        \
     }                                                                                           \
-    ::Rix::Ptr<Coll::Element> x##Is(KP k) {                                                     \
-        return childIs<NotifieeConst>(x##_, Coll::Key(k), x##Id, rixTell##X,                    \
-                                      [&] { return ::Rix::Ptr<Coll::Element>(make); });         \
+    ::Rix::Ptr<typename Coll::Element> x##Is(KP k) {                                                     \
+        return childIs<NotifieeConst>(x##_, typename Coll::Key(k), x##Id, rixTell##X,                    \
+                                      [&] { return ::Rix::Ptr<typename Coll::Element>(make); });         \
     }
