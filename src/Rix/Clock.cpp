@@ -6,9 +6,12 @@
 
 namespace Rix {
 
+// The coarse realtime clock has the kernel tick's resolution (1 to 4 ms), plenty for the time
+// stamps of statistics, and costs a few nanoseconds where the precise one costs tens: the receive
+// path reads it for every probe.
 Seconds systemNow() {
     timespec ts;
-    clock_gettime(CLOCK_REALTIME, &ts);
+    clock_gettime(CLOCK_REALTIME_COARSE, &ts);
     return static_cast<double>(ts.tv_sec) + static_cast<double>(ts.tv_nsec) * 1e-9;
 }
 
@@ -21,6 +24,7 @@ WallClockTime systemWallClock() {
 namespace detail {
 NowSource nowSource = &systemNow;
 WallClockSource wallClockSource = &systemWallClock;
+thread_local Seconds loopTime = 0.0;
 }  // namespace detail
 
 NowSource nowSourceIs(NowSource source) {

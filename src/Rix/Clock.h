@@ -17,10 +17,31 @@ using WallClockSource = WallClockTime (*)();
 namespace detail {
 extern NowSource nowSource;
 extern WallClockSource wallClockSource;
+// The current thread's loop time, or 0 when none is set.
+extern thread_local Seconds loopTime __attribute__((tls_model("initial-exec")));
 }  // namespace detail
 
-// Current wall-clock time in seconds.
-inline Seconds now() { return detail::nowSource(); }
+// Current wall-clock time in seconds: the thread's loop time while a LoopTime is alive, the
+// clock itself otherwise.
+inline Seconds now() {
+    const Seconds t = detail::loopTime;
+    return t != 0.0 ? t : detail::nowSource();
+}
+
+// An event loop's unit of work: a batch of received frames, say. While it lives, now() on this
+// thread is the time the work began, read once, so that per-probe bookkeeping pays for no clock
+// read; the previous loop time comes back when it ends.
+class LoopTime {
+  public:
+    LoopTime() : previous_(detail::loopTime) { detail::loopTime = detail::nowSource(); }
+    explicit LoopTime(Seconds t) : previous_(detail::loopTime) { detail::loopTime = t; }
+    ~LoopTime() { detail::loopTime = previous_; }
+    LoopTime(const LoopTime&) = delete;
+    LoopTime& operator=(const LoopTime&) = delete;
+
+  private:
+    Seconds previous_;
+};
 // The time of day as gettimeofday gives it: whole seconds and microseconds. A new epoch is taken
 // from here.
 inline WallClockTime wallClock() { return detail::wallClockSource(); }

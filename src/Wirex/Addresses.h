@@ -20,7 +20,7 @@
 
 namespace Wirex {
 
-class EthAddr {
+class __attribute__((packed)) EthAddr {
   public:
     constexpr EthAddr() noexcept = default;
     constexpr EthAddr(U8 a, U8 b, U8 c, U8 d, U8 e, U8 f) noexcept : bytes_{a, b, c, d, e, f} {}
@@ -52,7 +52,7 @@ class EthAddr {
     U8 bytes_[6] = {};
 };
 
-class IpAddr {
+class __attribute__((packed)) IpAddr {
   public:
     constexpr IpAddr() noexcept = default;
     constexpr IpAddr(U8 a, U8 b, U8 c, U8 d) noexcept : bytes_{a, b, c, d} {}
@@ -100,7 +100,7 @@ class IpAddr {
     U8 bytes_[4] = {};
 };
 
-class Ip6Addr {
+class __attribute__((packed)) Ip6Addr {
   public:
     constexpr Ip6Addr() noexcept = default;
     // From sixteen bytes in wire order.
@@ -128,7 +128,7 @@ class Ip6Addr {
 
 // An IPv4 address with a prefix length of 0 to 32. The address is kept as given (host bits are
 // not cleared): a destination block names its first address this way.
-class IpAddrWithMask {
+class __attribute__((packed)) IpAddrWithMask {
   public:
     constexpr IpAddrWithMask() noexcept = default;
     // Throws Rix::RangeException for a length above 32.
@@ -156,7 +156,7 @@ class IpAddrWithMask {
 };
 
 // An IPv6 address with a prefix length of 0 to 128, kept as given.
-class Ip6AddrWithMask {
+class __attribute__((packed)) Ip6AddrWithMask {
   public:
     constexpr Ip6AddrWithMask() noexcept = default;
     // Throws Rix::RangeException for a length above 128.

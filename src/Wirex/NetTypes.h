@@ -55,7 +55,7 @@ inline U32 hashBytes(const void* data, std::size_t n) noexcept {
 // An unsigned integer field of the width of T, held big-endian. Tag keeps distinct field kinds
 // (a checksum, a tag control) distinct types.
 template <class T, class Tag>
-class NetInt {
+class __attribute__((packed)) NetInt {
   public:
     static_assert(std::is_unsigned_v<T>);
     using HostType = T;
@@ -122,7 +122,7 @@ using IpChecksum = NetInt<U16, IpChecksumTag>;
 
 // IEEE 802.1Q tag control information: priority in bits 15..13, CFI in bit 12, VLAN id in
 // bits 11..0. Each setter keeps the other sub-fields and truncates its argument to its width.
-class Eth8021QTagControl : public NetInt<U16, TagControlTag> {
+class __attribute__((packed)) Eth8021QTagControl : public NetInt<U16, TagControlTag> {
   public:
     using NetInt::NetInt;
     constexpr Eth8021QTagControl() noexcept = default;

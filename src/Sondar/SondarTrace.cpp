@@ -1,0 +1,5 @@
+#include "Sondar/SondarTrace.h"
+
+namespace Sondar {
+Rix::TraceModule sondarTrace("Sondar");
+}  // namespace Sondar

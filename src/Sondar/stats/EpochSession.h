@@ -1,0 +1,133 @@
+#pragma once
+// The receive bookkeeping of one epoch of one stream: the range of sequence numbers seen, the
+// received, misordered, duplicated and lost counts, and a 64-probe bitmap for duplicate detection.
+#include <algorithm>
+
+#include "Rix/Value.h"
+#include "Sondar/stats/DuplicateProbeWindow.h"
+#include "Sondar/stats/Epoch.h"
+
+namespace Sondar {
+
+#define SONDAR_EPOCH_SESSION_FIELDS(X)      \
+    X(Epoch, epoch, {}, rw)                 \
+    X(U64, maxSeqNumRecvd, 0, rw)           \
+    X(U64, minSeqNumRecvd, ~U64{0}, rw)     \
+    X(U64, probesReceived, 0, rw)           \
+    X(U64, lastSequenceNumber, 0, rw)       \
+    X(U64, probesLost, 0, rw)               \
+    X(U64, probesMisordered, 0, rw)         \
+    X(U64, probesDuplicated, 0, rw)         \
+    X(U64, probesSeqWindow, 0, rw)          \
+    X(U64, windowStartSeq, 0, rw)           \
+    X(DuplicateProbeWindow, duplicateProbeWindow, {}, rw)
+
+class EpochSession {
+    RIX_VALUE_TYPE(EpochSession, "Sondar::EpochSession", SONDAR_EPOCH_SESSION_FIELDS)
+    static constexpr unsigned windowSize = 64;
+
+    EpochSession() = default;
+
+    // Counts one received probe of this session's epoch. Runs for every probe: it is inline, and
+    // its rare paths (a duplicate's snapshot, trace text, huge counts) are out of line.
+    inline void setPacket(const U64& seqNo);
+
+    friend bool operator==(const EpochSession&, const EpochSession&) = default;
+    friend auto operator<=>(const EpochSession&, const EpochSession&) = default;
+};
+
+namespace detail {
+bool traceOn() noexcept;
+[[gnu::cold]] void traceOutOfWindow(U64 seq);
+[[gnu::cold]] void traceDuplicate(U64 seq, U64 nstart, U64 bit, U64 nwin);
+[[gnu::cold]] U64 lostInDoubles(U64 expected, U64 received, U64 duplicated);
+
+// Probes expected from the range of sequence numbers seen. It is formed in 32-bit signed
+// arithmetic on the low halves, as receivers have always computed it: for every range narrower
+// than 2^31 it equals max - min + 1.
+inline U64 expectedProbes(U64 newMax, U64 newMin) {
+    const U32 diff = static_cast<U32>(newMax) - static_cast<U32>(newMin);
+    // the absolute value of -2^31 stays -2^31
+    const U32 magnitude = static_cast<S32>(diff) < 0 ? 0u - diff : diff;
+    const S32 expected = static_cast<S32>(magnitude + 1u);
+    return static_cast<U64>(static_cast<S64>(expected));
+}
+}  // namespace detail
+
+inline void EpochSession::setPacket(const U64& seqNo) {
+    const U64 seq = seqNo;
+    const U64 received = ++probesReceived_;
+    const U64 oldMax = maxSeqNumRecvd_;
+    const U64 newMax = std::max(oldMax, seq);
+    maxSeqNumRecvd_ = newMax;
+    const U64 newMin = std::min(minSeqNumRecvd_, seq);
+    minSeqNumRecvd_ = newMin;
+
+    // A probe equal to the latest one is not misordered.
+    if (seq < lastSequenceNumber_) {
+        ++probesMisordered_;
+    } else {
+        lastSequenceNumber_ = seq;
+    }
+
+    U64 nwin = probesSeqWindow_;
+    U64 nstart = windowStartSeq_;
+    if (nstart == 0) [[unlikely]] {
+        // zero means the window was never placed: it starts at this probe
+        nstart = seq;
+        windowStartSeq_ = seq;
+    } else {
+        const U64 start = nstart;
+        const U64 span = newMax + 1 - std::min(start, seq);
+        if (start <= seq) {
+            if (span > windowSize && seq > oldMax) {
+                // The window slides by the distance from the previous maximum, so the newest probe
+                // keeps the bit position the previous maximum had.
+                const U64 d = seq - oldMax;
+                if (d < windowSize) {
+                    nwin >>= d;
+                    nstart = start + d;
+                } else {
+                    nwin = 0;
+                    nstart = seq;
+                }
+                windowStartSeq_ = nstart;
+            }
+        } else if (span <= windowSize) {
+            // a late probe that still fits: slide back so that it becomes bit 0
+            const U64 back = start - seq;
+            nwin = back < windowSize ? nwin << back : 0;
+            nstart = seq;
+            windowStartSeq_ = seq;
+        } else if (detail::traceOn()) {
+            detail::traceOutOfWindow(seq);
+        }
+    }
+
+    if (static_cast<S64>(seq - nstart) >= 0) {
+        const U64 bit = U64{1} << ((seq - nstart) % windowSize);
+        if (nwin & bit) [[unlikely]] {
+            if (detail::traceOn()) detail::traceDuplicate(seq, nstart, bit, nwin);
+            duplicateProbeWindow_.setDuplicateWindow(nwin, bit, nstart);
+            ++probesDuplicated_;
+        } else {
+            probesSeqWindow_ = nwin | bit;
+        }
+    }
+
+    // lost = range seen - received + duplicates, never below zero: a late probe that fills a gap
+    // lowers the loss, a duplicate leaves it alone. The sum is taken in doubles; with every term
+    // below 2^52 it is exact there, so integers give the same result faster.
+    const U64 expected = detail::expectedProbes(newMax, newMin);
+    const U64 dups = probesDuplicated_;
+    constexpr U64 exact = U64{1} << 52;
+    if (((expected | received | dups) < exact) && expected >= received) [[likely]] {
+        probesLost_ = expected - received + dups;
+    } else if ((expected | received | dups) < exact) {
+        probesLost_ = dups >= received - expected ? dups - (received - expected) : 0;
+    } else {
+        probesLost_ = detail::lostInDoubles(expected, received, dups);
+    }
+}
+
+}  // namespace Sondar

@@ -1,0 +1,55 @@
+#include "Sondar/stats/Checkpoint.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+namespace Sondar {
+namespace {
+
+TEST(CheckpointTest, AverageIntervalCountsLostProbesAsSent) {
+    CheckpointInterval in;
+    in.durationIs(10.0);
+    EXPECT_EQ(in.averageInterval(), 0.0);  // nothing received or lost: no division
+    in.probesReceivedIs(90);
+    in.probesLostIs(10);
+    EXPECT_DOUBLE_EQ(in.averageInterval(), 0.1);
+
+    EgressCheckpointInterval out;
+    out.durationIs(5.0);
+    out.probeIntervalIs(99.0);
+    EXPECT_EQ(out.averageInterval(), 0.0);
+    out.probesSentIs(50);
+    EXPECT_DOUBLE_EQ(out.averageInterval(), 0.1);
+}
+
+TEST(CheckpointTest, OrderingIsLexicographicAndNaNEndsWithFalse) {
+    CheckpointCounter a, b;
+    a.epochIs(Epoch(1, 0));
+    b.epochIs(Epoch(1, 0));
+    a.probesReceivedIs(5);
+    b.probesReceivedIs(5);
+    a.probesLostIs(1);
+    b.probesLostIs(2);
+    EXPECT_LT(a, b);
+    b.epochIs(Epoch(0, 999999));  // a smaller epoch orders first whatever its counts
+    EXPECT_LT(b, a);
+
+    CheckpointInterval x, y;
+    y.epochChangeIs(true);
+    EXPECT_LT(x, y);
+    x.durationIs(std::nan(""));
+    y.epochChangeIs(false);
+    y.durationIs(1.0);
+    EXPECT_FALSE(x < y);
+    EXPECT_FALSE(y < x);
+    EXPECT_FALSE(x == x);
+    EXPECT_FALSE(!CheckpointInterval(y));
+    EXPECT_TRUE(!CheckpointInterval());
+
+    EXPECT_LT(CheckpointTimesKey(3), CheckpointTimesKey(4));
+    EXPECT_EQ(valueToStrep(CheckpointTimesKey(0x100000002ull)).str(), "4294967298");
+}
+
+}  // namespace
+}  // namespace Sondar
