@@ -27,6 +27,7 @@
 
 #include "Rix/Exception.h"
 #include "Rix/Ptr.h"
+#include "Rix/RbTreeMap.h"
 #include "Rix/Strep.h"
 #include "Rix/String.h"
 #include "Rix/Types.h"
@@ -96,43 +97,68 @@ class Collection {
     using IteratorConst = CollectionIterator<K, const E, Map>;
 
     E* find(const K& k) const {
-        auto it = map_.find(k);
-        return it == map_.end() ? nullptr : it->second.ptr();
+        if constexpr (treeMap) {
+            const Ptr<E>* p = map_.find(k);
+            return p ? p->ptr() : nullptr;
+        } else {
+            auto it = map_.find(k);
+            return it == map_.end() ? nullptr : it->second.ptr();
+        }
     }
     std::size_t size() const noexcept { return map_.size(); }
     bool empty() const noexcept { return map_.empty(); }
     Iterator iterator() { return Iterator(map_.begin(), map_.end()); }
-    Iterator iterator(const K& k) { return Iterator(map_.find(k), map_.end()); }
+    Iterator iterator(const K& k) { return Iterator(at(map_, k), map_.end()); }
     IteratorConst iteratorConst() const { return IteratorConst(map_.begin(), map_.end()); }
-    IteratorConst iteratorConst(const K& k) const {
-        return IteratorConst(map_.find(k), map_.end());
-    }
+    IteratorConst iteratorConst(const K& k) const { return IteratorConst(at(map_, k), map_.end()); }
     // Ordered collections only: from the first key not less than k, and from the first key
-    // greater than k.
-    Iterator startAt(const K& k)
-        requires requires(Map m) { m.lower_bound(k); }
-    {
-        return Iterator(map_.lower_bound(k), map_.end());
+    // greater than k; neither needs k to be present.
+    Iterator startAt(const K& k) { return Iterator(map_.startAt(k), map_.end()); }
+    IteratorConst startAt(const K& k) const { return IteratorConst(map_.startAt(k), map_.end()); }
+    Iterator findNext(const K& k) { return Iterator(map_.findNext(k), map_.end()); }
+    IteratorConst findNext(const K& k) const { return IteratorConst(map_.findNext(k), map_.end()); }
+
+    // The slot for k, created empty if absent; true when it was created.
+    std::pair<Ptr<E>*, bool> slot(const K& k) {
+        if constexpr (treeMap) {
+            return map_.tryEmplace(k);
+        } else {
+            auto [it, inserted] = map_.try_emplace(k);
+            return {&it->second, inserted};
+        }
     }
-    IteratorConst startAt(const K& k) const
-        requires requires(const Map m) { m.lower_bound(k); }
-    {
-        return IteratorConst(map_.lower_bound(k), map_.end());
-    }
-    Iterator findNext(const K& k)
-        requires requires(Map m) { m.upper_bound(k); }
-    {
-        return Iterator(map_.upper_bound(k), map_.end());
-    }
-    IteratorConst findNext(const K& k) const
-        requires requires(const Map m) { m.upper_bound(k); }
-    {
-        return IteratorConst(map_.upper_bound(k), map_.end());
+    // Removes k's element and hands it over; null when absent.
+    Ptr<E> take(const K& k) {
+        Ptr<E> e;
+        if constexpr (treeMap) {
+            if (Ptr<E>* p = map_.find(k)) {
+                e = std::move(*p);
+                map_.erase(k);
+            }
+        } else {
+            auto it = map_.find(k);
+            if (it != map_.end()) {
+                e = std::move(it->second);
+                map_.erase(it);
+            }
+        }
+        return e;
     }
     Map& map() noexcept { return map_; }
     const Map& map() const noexcept { return map_; }
 
   private:
+    static constexpr bool treeMap = requires(Map m, const K& k) { m.startAt(k); };
+    // Exactly k, or the end.
+    template <class M>
+    static auto at(M& m, const K& k) {
+        if constexpr (treeMap) {
+            auto it = m.startAt(k);
+            return it != m.end() && !(k < it->first) ? it : m.end();
+        } else {
+            return m.find(k);
+        }
+    }
     Map map_;
 };
 
@@ -140,7 +166,7 @@ template <class K, class V, class Hash = std::hash<K>>
 using MemberCollection =
     Collection<K, Member<K, V>, std::unordered_map<K, Ptr<Member<K, V>>, Hash>>;
 template <class K, class V, class Less = std::less<K>>
-using OrderedMemberCollection = Collection<K, Member<K, V>, std::map<K, Ptr<Member<K, V>>, Less>>;
+using OrderedMemberCollection = Collection<K, Member<K, V>, RbTreeMap<K, Ptr<Member<K, V>>, Less>>;
 template <class K, class C, class Hash = std::hash<K>>
 using ChildCollection = Collection<K, C, std::unordered_map<K, Ptr<C>, Hash>>;
 
@@ -280,14 +306,14 @@ class Entity : public PtrInterface {
     template <class N, class Cb, class K, class V, class Map>
     Member<K, V>* memberIs(Collection<K, Member<K, V>, Map>& c, const K& k, const V& v,
                            AttributeId id, Cb keyed) {
-        auto [it, inserted] = c.map().try_emplace(k);
+        auto [slot, inserted] = c.slot(k);
         if (inserted) {
-            it->second = Ptr<Member<K, V>>(new Member<K, V>(k, v));
+            *slot = Ptr<Member<K, V>>(new Member<K, V>(k, v));
         } else {
-            if (it->second->value() == v) return it->second.ptr();
-            it->second->valueIs(v);
+            if ((*slot)->value() == v) return slot->ptr();
+            (*slot)->valueIs(v);
         }
-        Member<K, V>* m = it->second.ptr();
+        Member<K, V>* m = slot->ptr();
         notifyKeyed<N>(id, keyed, k);
         return m;
     }
@@ -303,10 +329,8 @@ class Entity : public PtrInterface {
     // Removes and returns the element (null when absent, which is no error).
     template <class N, class Cb, class K, class E, class Map>
     Ptr<E> memberDel(Collection<K, E, Map>& c, const K& k, AttributeId id, Cb keyed) {
-        auto it = c.map().find(k);
-        if (it == c.map().end()) return Ptr<E>();
-        Ptr<E> e = std::move(it->second);
-        c.map().erase(it);
+        Ptr<E> e = c.take(k);
+        if (!e) return e;
         if constexpr (std::is_base_of_v<Entity, E>) e->parentIs(nullptr, 0);
         notifyKeyed<N>(id, keyed, k);
         return e;
@@ -529,53 +553,56 @@ inline AttributeDescriptor action(AttributeId id, const char* name) {
     virtual void on##X##rixImmediate() {}
 
 // Iterators (from the start or from a key), deletion of one key and of all.
-#define RIX_COLLECTION_ACCESS(x, X, Coll, KP)                                     \
-  public:                                                                         \
+#define RIX_COLLECTION_ACCESS(x, X, Coll, KP)                                              \
+  public:                                                                                  \
     using X##Iterator = typename Coll::Iterator;                                           \
     using X##IteratorConst = typename Coll::IteratorConst;                                 \
-    X##Iterator x##Iter() { return x##_.iterator(); }                             \
-    X##Iterator x##Iter(KP k) { return x##_.iterator(k); }                        \
-    X##IteratorConst x##IterConst() const { return x##_.iteratorConst(); }        \
-    X##IteratorConst x##IterConst(KP k) const { return x##_.iteratorConst(k); }   \
-    std::size_t x##Size() const noexcept { return x##_.size(); }                  \
+    X##Iterator x##Iter() { return x##_.iterator(); }                                      \
+    X##Iterator x##Iter(KP k) { return x##_.iterator(k); }                                 \
+    X##IteratorConst x##IterConst() const { return x##_.iteratorConst(); }                 \
+    X##IteratorConst x##IterConst(KP k) const { return x##_.iteratorConst(k); }            \
+    std::size_t x##Size() const noexcept { return x##_.size(); }                           \
     ::Rix::Ptr<typename Coll::Element> x##Del(KP k) {                                      \
         return memberDel<NotifieeConst>(x##_, typename Coll::Key(k), x##Id, rixTell##X);   \
-    }                                                                             \
-    void x##DelAll() {                                                            \
-        if (x##_.empty()) return;                                                 \
-        memberDelAll<NotifieeConst>(x##_, x##Id, rixTell##X);                     \
-        notify<NotifieeConst>(x##Id, [](NotifieeConst& n) { n.on##X(); });        \
-    }                                                                             \
+    }                                                                                      \
+    void x##DelAll() {                                                                     \
+        if (x##_.empty()) return;                                                          \
+        memberDelAll<NotifieeConst>(x##_, x##Id, rixTell##X);                              \
+        notify<NotifieeConst>(x##Id, [](NotifieeConst& n) { n.on##X(); });                 \
+    }                                                                                      \
     static constexpr auto rixTell##X = [](NotifieeConst& n, const typename Coll::Key& k) { \
-        n.on##X##rixImmediate();                                                  \
-        n.on##X(k);                                                               \
+        n.on##X##rixImmediate();                                                           \
+        n.on##X(k);                                                                        \
     };
 
 // A collection of values: the lookup (the value type's default when absent), xIs(k, v), newX(k, v).
-#define RIX_MEMBER_COLLECTION(x, X, Coll, KP, VP)                                                \
-    RIX_COLLECTION_ACCESS(x, X, Coll, KP)                                                        \
-    typename Coll::Element::Value x(KP k) const {                                                         \
-        const auto* m = x##_.find(typename Coll::Key(k));                                                 \
-        return m ? m->value() : typename Coll::Element::Value{};                                          \
-    }                                                                                            \
-    void x##Is(KP k, VP v) {                                                                     \
-        memberIs<NotifieeConst>(x##_, typename Coll::Key(k), typename Coll::Element::Value(v), x##Id, rixTell##X); \
-    }                                                                                            \
-    ::Rix::Ptr<typename Coll::Element> new##X(KP k, VP v) {                                               \
-        return memberNew<NotifieeConst>(x##_, typename Coll::Key(k), typename Coll::Element::Value(v), x##Id,      \
-                                        rixTell##X);                                             \
+#define RIX_MEMBER_COLLECTION(x, X, Coll, KP, VP)                                              \
+    RIX_COLLECTION_ACCESS(x, X, Coll, KP)                                                      \
+    typename Coll::Element::Value x(KP k) const {                                              \
+        const auto* m = x##_.find(typename Coll::Key(k));                                      \
+        return m ? m->value() : typename Coll::Element::Value{};                               \
+    }                                                                                          \
+    void x##Is(KP k, VP v) {                                                                   \
+        memberIs<NotifieeConst>(x##_, typename Coll::Key(k), typename Coll::Element::Value(v), \
+                                x##Id, rixTell##X);                                            \
+    }                                                                                          \
+    ::Rix::Ptr<typename Coll::Element> new##X(KP k, VP v) {                                    \
+        return memberNew<NotifieeConst>(x##_, typename Coll::Key(k),                           \
+                                        typename Coll::Element::Value(v), x##Id, rixTell##X);  \
     }
 
 // A collection of owned child entities made by the expression `make` (with the key k in scope):
 // the lookup (null when absent), newX(k) and xIs(k), which returns an existing child.
-#define RIX_CHILD_COLLECTION(x, X, Coll, KP, make)                                              \
-    RIX_COLLECTION_ACCESS(x, X, Coll, KP)                                                       \
-    ::Rix::Ptr<typename Coll::Element> x(KP k) const { return ::Rix::Ptr<typename Coll::Element>(x##_.find(k)); } \
-    ::Rix::Ptr<typename Coll::Element> new##X(KP k) {                                                    \
-        return childNew<NotifieeConst>(x##_, typename Coll::Key(k), x##Id, rixTell##X,                   \
-                                       [&] { return ::Rix::Ptr<typename Coll::Element>(make); });        \
-    }                                                                                           \
-    ::Rix::Ptr<typename Coll::Element> x##Is(KP k) {                                                     \
-        return childIs<NotifieeConst>(x##_, typename Coll::Key(k), x##Id, rixTell##X,                    \
-                                      [&] { return ::Rix::Ptr<typename Coll::Element>(make); });         \
+#define RIX_CHILD_COLLECTION(x, X, Coll, KP, make)                                                \
+    RIX_COLLECTION_ACCESS(x, X, Coll, KP)                                                         \
+    ::Rix::Ptr<typename Coll::Element> x(KP k) const {                                            \
+        return ::Rix::Ptr<typename Coll::Element>(x##_.find(k));                                  \
+    }                                                                                             \
+    ::Rix::Ptr<typename Coll::Element> new##X(KP k) {                                             \
+        return childNew<NotifieeConst>(x##_, typename Coll::Key(k), x##Id, rixTell##X,            \
+                                       [&] { return ::Rix::Ptr<typename Coll::Element>(make); }); \
+    }                                                                                             \
+    ::Rix::Ptr<typename Coll::Element> x##Is(KP k) {                                              \
+        return childIs<NotifieeConst>(x##_, typename Coll::Key(k), x##Id, rixTell##X,             \
+                                      [&] { return ::Rix::Ptr<typename Coll::Element>(make); });  \
     }

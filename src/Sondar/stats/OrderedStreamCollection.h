@@ -6,6 +6,8 @@
 #include <string_view>
 
 #include "Rix/Entity.h"
+#include "Sondar/stats/StreamKeys.h"
+#include "Sondar/stats/StreamRecords.h"
 
 namespace Sondar {
 
@@ -33,16 +35,12 @@ class OrderedStreamCollection : public Rix::Entity {
 
     RIX_MEMBER_COLLECTION(stream, Stream, StreamCollection, const K&, const V&)
     // Records that carry their key are stored under it.
-    Rix::Ptr<typename StreamCollection::Element> newStream(const V& v)
-        requires requires { KeyOfRecord()(v); }
-    {
-        return newStream(KeyOfRecord()(v), v);
+    Rix::Ptr<typename StreamCollection::Element> newStream(const V& v) requires requires {
+        KeyOfRecord()(v);
     }
-    void streamIs(const V& v)
-        requires requires { KeyOfRecord()(v); }
-    {
-        streamIs(KeyOfRecord()(v), v);
-    }
+    { return newStream(KeyOfRecord()(v), v); }
+    void streamIs(const V& v) requires requires { KeyOfRecord()(v); }
+    { streamIs(KeyOfRecord()(v), v); }
     typename StreamCollection::Iterator streamStartAt(const K& k) { return stream_.startAt(k); }
     typename StreamCollection::IteratorConst streamStartAtConst(const K& k) const {
         return stream_.startAt(k);
@@ -59,5 +57,27 @@ class OrderedStreamCollection : public Rix::Entity {
 template <class K, class V, const std::string_view& TypeName>
 const Rix::AttributeTable OrderedStreamCollection<K, V, TypeName>::attributes{
     false, {Rix::collection<&OrderedStreamCollection::stream_>(streamId, "stream")}};
+
+inline constexpr std::string_view orderedIngressStreamCollectionName =
+    "Sondar::OrderedIngressStreamCollection";
+inline constexpr std::string_view orderedIngressCheckpointCollectionName =
+    "Sondar::OrderedIngressCheckpointCollection";
+inline constexpr std::string_view orderedEgressStreamCollectionName =
+    "Sondar::OrderedEgressStreamCollection";
+inline constexpr std::string_view orderedEgressCheckpointCollectionName =
+    "Sondar::OrderedEgressCheckpointCollection";
+
+// Ingress keys that differ only in egressIntf are one key here: their ordering does not look at it.
+using OrderedIngressStreamCollection =
+    OrderedStreamCollection<IngressStream, IngressStreamStatisticsTableEntry,
+                            orderedIngressStreamCollectionName>;
+using OrderedIngressCheckpointCollection =
+    OrderedStreamCollection<IngressStream, IngressCheckpointStatisticsTableEntry,
+                            orderedIngressCheckpointCollectionName>;
+using OrderedEgressStreamCollection =
+    OrderedStreamCollection<EgressStream, EgressStreamTable, orderedEgressStreamCollectionName>;
+using OrderedEgressCheckpointCollection =
+    OrderedStreamCollection<EgressStream, EgressCheckpointStatisticsTableEntry,
+                            orderedEgressCheckpointCollectionName>;
 
 }  // namespace Sondar

@@ -6,6 +6,7 @@
 #include "Sondar/config/DestSetConfig.h"
 #include "Sondar/config/ProbeRate.h"
 #include "Sondar/config/ProbesPerSecond.h"
+#include "Sondar/config/RateEntry.h"
 #include "Sondar/config/SourcePortConfig.h"
 #include "Sondar/config/TorkSettings.h"
 #include "ValueRoundTrip.h"
@@ -22,11 +23,22 @@ std::string rangeMessage(auto&& f) {
     return "no exception";
 }
 
+EgressStream stream() {
+    EgressStream s;
+    s.srcEthAddrIs(Wirex::EthAddr(0, 0x1c, 0x73, 0xaa, 0xbb, 1));
+    s.dstIpAddrIs(Wirex::IpAddr(10, 0, 0, 2));
+    s.egressIntfIs(Wirex::IntfId("Ethernet1"));
+    s.ttlIs(64);
+    s.srcPortIs(5000);
+    return s;
+}
+
 TEST(ConfigValueTest, RoundTripEveryType) {
     RoundTrip::all(ProbesPerSecond(4294967295u), ProbeRate(3, 7, ProbeRateUnit::minutes),
                    SourcePortConfig(SourcePortType::list, 4, 5000, 3), TorkSettings(true, 49152),
                    IpDestSetConfig(Wirex::IpAddrWithMask(Wirex::IpAddr(10, 1, 2, 3), 24), 300),
-                   Ip6DestSetConfig(Wirex::Ip6AddrWithMask(Wirex::Ip6Addr("2001:db8::7"), 120), 9));
+                   Ip6DestSetConfig(Wirex::Ip6AddrWithMask(Wirex::Ip6Addr("2001:db8::7"), 120), 9),
+                   RateEntry(2.5, TransmitterStreamPair(Rix::Name("tx"), stream())));
 }
 
 TEST(ConfigValueTest, ExactTextAndBinaryForms) {
