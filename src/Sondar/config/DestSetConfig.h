@@ -10,31 +10,19 @@
 
 namespace Sondar {
 
+// ipStartDest is also the key under which a transmitter keeps the block.
+#define SONDAR_DEST_SET_CONFIG_FIELDS(X) \
+    X(AddrWithMask, ipStartDest, {}, rw) \
+    X(U32, numIpAddrs, 0, rw)
+
 template <class AddrWithMask, const std::string_view& Name>
 class DestSetConfig {
-  public:
-    static constexpr std::string_view typeName = Name;
-    static constexpr auto fields() {
-        return std::tuple{Rix::field("ipStartDest", &DestSetConfig::ipStartDest_),
-                          Rix::field("numIpAddrs", &DestSetConfig::numIpAddrs_)};
-    }
-
+    RIX_VALUE_TYPE(DestSetConfig, Name, SONDAR_DEST_SET_CONFIG_FIELDS)
     DestSetConfig() = default;
     DestSetConfig(const AddrWithMask& ipStartDest, U32 numIpAddrs)
         : ipStartDest_(ipStartDest), numIpAddrs_(numIpAddrs) {}
-    // The key under which a transmitter keeps the block.
-    const AddrWithMask& ipStartDest() const noexcept { return ipStartDest_; }
-    void ipStartDestIs(const AddrWithMask& v) noexcept { ipStartDest_ = v; }
-    U32 numIpAddrs() const noexcept { return numIpAddrs_; }
-    void numIpAddrsIs(U32 v) noexcept { numIpAddrs_ = v; }
-
-    RIX_VALUE(DestSetConfig)
     friend bool operator==(const DestSetConfig&, const DestSetConfig&) = default;
     friend auto operator<=>(const DestSetConfig&, const DestSetConfig&) = default;
-
-  private:
-    AddrWithMask ipStartDest_;
-    U32 numIpAddrs_ = 0;
 };
 
 inline constexpr std::string_view ipDestSetConfigName = "Sondar::IpDestSetConfig";

@@ -8,25 +8,15 @@
 
 namespace Sondar {
 
-class ProbesPerSecond {
-  public:
-    static constexpr std::string_view typeName = "Sondar::ProbesPerSecond";
-    static constexpr bool bareText = true;
-    static constexpr auto fields() {
-        return std::tuple{Rix::field("value", &ProbesPerSecond::value_)};
-    }
+#define SONDAR_PROBES_PER_SECOND_FIELDS(X) X(U32, value, 0, rw)
 
+class ProbesPerSecond {
+    RIX_VALUE_TYPE(ProbesPerSecond, "Sondar::ProbesPerSecond", SONDAR_PROBES_PER_SECOND_FIELDS)
+    static constexpr bool bareText = true;
     constexpr ProbesPerSecond() = default;
     constexpr explicit ProbesPerSecond(U32 v) : value_(v) {}
-    constexpr U32 value() const noexcept { return value_; }
-    void valueIs(U32 v) noexcept { value_ = v; }
-
-    RIX_VALUE(ProbesPerSecond)
     friend bool operator==(const ProbesPerSecond&, const ProbesPerSecond&) = default;
     friend auto operator<=>(const ProbesPerSecond&, const ProbesPerSecond&) = default;
-
-  private:
-    U32 value_ = 0;
 };
 
 }  // namespace Sondar
