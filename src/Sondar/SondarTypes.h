@@ -1,9 +1,20 @@
 #pragma once
-// The model's value types.
+// The model's value types and its probe packets: epochs, sessions, counters, checkpoints, stream
+// keys and records; probe rates, destination sets, source-port policies and hardware settings.
+#include "Sondar/TorkHdr.h"
+#include "Sondar/config/DestSetConfig.h"
+#include "Sondar/config/ProbeRate.h"
+#include "Sondar/config/ProbeRateUnit.h"
+#include "Sondar/config/ProbesPerSecond.h"
+#include "Sondar/config/RateEntry.h"
+#include "Sondar/config/SourcePortConfig.h"
+#include "Sondar/config/SourcePortType.h"
+#include "Sondar/config/TorkSettings.h"
 #include "Sondar/stats/Checkpoint.h"
 #include "Sondar/stats/Counter.h"
 #include "Sondar/stats/DuplicateProbeWindow.h"
 #include "Sondar/stats/Epoch.h"
 #include "Sondar/stats/EpochSession.h"
+#include "Sondar/stats/OrderedStreamCollection.h"
 #include "Sondar/stats/StreamKeys.h"
 #include "Sondar/stats/StreamRecords.h"

@@ -1,0 +1,6 @@
+#pragma once
+// Everything the model library offers.
+#include "Sondar/SondarConfig.h"
+#include "Sondar/SondarTrace.h"
+#include "Sondar/SondarTypes.h"
+#include "Sondar/TorkHdr.h"
