@@ -1,5 +1,5 @@
 #include "Sondar/SondarTrace.h"
 
 namespace Sondar {
-Rix::TraceModule trace("Sondar");
-}
+Rix::TraceModule sondarTrace("Sondar");
+}  // namespace Sondar

@@ -1,8 +1,8 @@
 #pragma once
-// The model library's trace module: per-probe statistics diagnostics at level 6, operation
-// signatures at level 8 (SONDAR_TRACE="Sondar=6,8").
+// The model library's trace module, "Sondar". Operation signatures go out at level 8 on entry and
+// per-probe statistics diagnostics at level 6; a line's text is built only when its level is on.
 #include "Rix/Trace.h"
 
 namespace Sondar {
-extern Rix::TraceModule trace;
-}
+extern Rix::TraceModule sondarTrace;
+}  // namespace Sondar

@@ -17,12 +17,17 @@ void CapturePam::send(const Rix::Ptr<Pkt>& pkt) noexcept {
         return;
     }
     try {
-        frames_.emplace_back(pkt->data(), pkt->data() + pkt->bytes());
+        if (frames_.size() < framesKeptMax_) frames_.emplace_back(pkt->data(), pkt->data() + pkt->bytes());
     } catch (...) {
         framesDroppedInc();
         return;
     }
     framesSentInc();
+}
+
+void CapturePam::framesKeptMaxIs(std::size_t n) noexcept {
+    std::lock_guard<std::mutex> lock(mutex_);
+    framesKeptMax_ = n;
 }
 
 void CapturePam::failNextSendsIs(U32 n, Failure how) noexcept {

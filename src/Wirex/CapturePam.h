@@ -16,6 +16,9 @@ class CapturePam : public Pam {
 
     // The next n sends fail in the given way and keep nothing.
     void failNextSendsIs(U32 n, Failure how) noexcept;
+    // Keep copies of at most the first n frames (all of them by default); frames beyond are
+    // counted as sent but not copied, so a long run allocates nothing per send.
+    void framesKeptMaxIs(std::size_t n) noexcept;
 
     std::vector<std::vector<U8>> frames() const;
     std::size_t frameCount() const;
@@ -24,6 +27,7 @@ class CapturePam : public Pam {
   private:
     mutable std::mutex mutex_;
     std::vector<std::vector<U8>> frames_;
+    std::size_t framesKeptMax_ = static_cast<std::size_t>(-1);
     U32 failNext_ = 0;
     Failure failHow_ = Failure::sendError;
 };

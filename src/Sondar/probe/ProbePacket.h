@@ -1,0 +1,52 @@
+#pragma once
+// ProbePacket is the packet a transmitter keeps for one probe stream and sends again and again:
+// a TorkPacket with the 48-byte probe header appended behind the transport header. Between
+// sends only the sequence number, the epoch (on wrap-around) and the interval change, and every
+// change leaves all checksums of the packet correct.
+#include "Sondar/probe/TorkPacket.h"
+
+namespace Sondar {
+
+class ProbePacket : public TorkPacket {
+  public:
+    ProbePacket(const Wirex::EthAddr& srcMac, const Wirex::EthAddr& dstMac,
+                Bridging::VlanIdOrNone vlanTagOrNone, Wirex::IpTtl ttl, Wirex::IpAddr srcIp,
+                Wirex::IpAddr dstIp, Wirex::IpProto ipProtocol, U16 srcPort, U16 dstPort,
+                U32 epochSeconds, U32 epochUSeconds, const U64& sequenceNumber,
+                Wirex::IpAddr originIntfIp, U32 egressIfIndex, const Wirex::EthAddr& egressSrcMac,
+                const Wirex::EthAddr& egressDstMac, Bridging::VlanIdOrNone egressVlanTagOrNone,
+                U32 interval);
+
+    TorkProbeHdr* torkHdr() const override { return torkHdr_; }
+    TorkProbeHdr* torkHdr() override { return torkHdr_; }
+    using TorkPacket::torkHdrIs;
+    virtual void torkHdrIs(TorkProbeHdr* hdr);
+
+    // Appends the probe header behind the transport header, fills it, grows the IPv4 (and UDP)
+    // length by its 48 bytes and computes every checksum.
+    void handleProbeInitialized(U32 epochSeconds, U32 epochUSeconds, const U64& sequenceNumber,
+                                Wirex::IpAddr originIntfIp, U32 egressIfIndex,
+                                const Wirex::EthAddr& egressSrcMac,
+                                const Wirex::EthAddr& egressDestMac,
+                                Bridging::VlanIdOrNone egressVlanTag, U32 interval);
+    // Advances the sequence number for the next send. From all ones it wraps to 1 under a new
+    // epoch read from the wall clock and returns true. A clock reading with more than 999999
+    // microseconds throws "Epoch::useconds >= 1000000 not allowed" and changes nothing.
+    bool doIncrementSequenceNumber();
+    void doUpdateInterval(U32 newInterval);
+
+  private:
+    TorkProbeHdr* torkHdr_ = nullptr;
+};
+
+Rix::Ptr<ProbePacket> probePacketFactory(const Wirex::EthAddr& srcMac, const Wirex::EthAddr& dstMac,
+                                         Bridging::VlanIdOrNone vlanTagOrNone, Wirex::IpTtl ttl,
+                                         Wirex::IpAddr srcIp, Wirex::IpAddr dstIp,
+                                         Wirex::IpProto ipProtocol, U16 srcPort, U16 dstPort,
+                                         U32 epochSeconds, U32 epochUSeconds,
+                                         const U64& sequenceNumber, Wirex::IpAddr originIntfIp,
+                                         U32 egressIfIndex, const Wirex::EthAddr& egressSrcMac,
+                                         const Wirex::EthAddr& egressDstMac,
+                                         Bridging::VlanIdOrNone egressVlanTagOrNone, U32 interval);
+
+}  // namespace Sondar

@@ -1,0 +1,147 @@
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <sstream>
+
+#include "ProbeTestUtil.h"
+#include "Sondar/TorkHdr.h"
+#include "Wirex/Pkt.h"
+
+namespace Sondar {
+namespace {
+
+using SondarTest::assertionRegex;
+using SondarTest::plainChecksum;
+
+const U8* bytesOf(const TorkHdr* h) { return reinterpret_cast<const U8*>(h); }
+
+TorkProbeHdr filledHeader() {
+    TorkProbeHdr h;
+    h.messageTypeIs(torkProbe);
+    h.versionImplIs(Wirex::NetU8(1));
+    h.epochSecondsImplIs(Wirex::NetU32(0x01020304));
+    h.epochUSecondsImplIs(Wirex::NetU32(999999));
+    h.sequenceNumberImplIs(Wirex::NetU64(0x1112131415161718ull));
+    h.originIntfIpIs(Wirex::IpAddr(10, 0, 0, 1));
+    h.egressIfIndexImplIs(Wirex::NetU32(0x21222324));
+    h.egressSrcMacIs(Wirex::EthAddr(0x00, 0x1c, 0x73, 0xaa, 0xbb, 0x01));
+    h.egressDestMacIs(Wirex::EthAddr(0x00, 0x1c, 0x73, 0xaa, 0xbb, 0x02));
+    h.egressTagControlIs(Wirex::Eth8021QTagControl(0, false, 100));
+    h.ttlImplIs(Wirex::NetU8(64));
+    h.unusedIs(Wirex::NetU8(0));
+    h.intervalImplIs(Wirex::NetU32(0x31323334));
+    return h;
+}
+
+TEST(TorkHdrTest, FieldsLieBigEndianAtTheirOffsets) {
+    const TorkProbeHdr zero;
+    const U8 zeros[48] = {};
+    EXPECT_EQ(std::memcmp(bytesOf(&zero), zeros, 48), 0);
+
+    const TorkProbeHdr h = filledHeader();
+    const U8 expected[48] = {1,    1,    0,    0,    0x01, 0x02, 0x03, 0x04, 0x00, 0x0f,
+                             0x42, 0x3f, 0x11, 0x12, 0x13, 0x14, 0x15, 0x16, 0x17, 0x18,
+                             10,   0,    0,    1,    0x21, 0x22, 0x23, 0x24, 0x00, 0x1c,
+                             0x73, 0xaa, 0xbb, 0x01, 0x00, 0x1c, 0x73, 0xaa, 0xbb, 0x02,
+                             0x00, 0x64, 64,   0,    0x31, 0x32, 0x33, 0x34};
+    for (int i = 0; i < 48; ++i) EXPECT_EQ(bytesOf(&h)[i], expected[i]) << "byte " << i;
+    EXPECT_EQ(h.sequenceNumberImpl().value(), 0x1112131415161718ull);
+    EXPECT_EQ(h.egressTagControl().vlanId(), 100);
+
+    TorkHdr one;
+    one.sequenceNumberImplIs(Wirex::NetU64(1));
+    const U8 seqOne[8] = {0, 0, 0, 0, 0, 0, 0, 1};
+    EXPECT_EQ(std::memcmp(bytesOf(&one) + 12, seqOne, 8), 0);
+}
+
+TEST(TorkHdrTest, UnknownCodesReadAsUnknownType) {
+    struct Case {
+        U8 code;
+        TorkMessageType type;
+    };
+    for (const Case& c : {Case{0, torkUnknownType}, Case{1, torkProbe}, Case{2, torkLastProbe},
+                          Case{3, torkUnknownType}, Case{255, torkUnknownType}}) {
+        TorkHdr h;
+        h.mTypeIs(TorkImplMessageType(c.code));
+        EXPECT_EQ(h.messageType(), c.type) << int{c.code};
+        EXPECT_EQ(h.mType().value(), c.code);
+    }
+}
+
+TEST(TorkHdrTest, ChecksumCoversTheHeaderAndWhatFollows) {
+    // A header followed by three payload bytes, so the checksum runs past the header and ends on
+    // an odd byte.
+    struct __attribute__((packed)) {
+        TorkProbeHdr hdr;
+        U8 tail[3] = {0xde, 0xad, 0xbe};
+    } buf;
+    buf.hdr = filledHeader();
+    const U8* raw = bytesOf(&buf.hdr);
+    EXPECT_EQ(buf.hdr.computedChecksumU16(51), plainChecksum(raw, 51));
+    EXPECT_EQ(buf.hdr.computedChecksumU16(20), plainChecksum(raw, 20));
+    buf.hdr.checksumImplIs(buf.hdr.computedChecksum(48));
+    EXPECT_EQ(buf.hdr.computedChecksumU16(48), 0);
+}
+
+TEST(TorkHdrTest, PrintedForms) {
+    TorkProbeHdr h = filledHeader();
+    std::ostringstream common;
+    common << static_cast<TorkHdr*>(&h);
+    EXPECT_EQ(common.str(),
+              " type: torkProbe epoch seconds: 16909060 epoch u seconds: 999999 sequence number: "
+              "1230066625199609624  ");
+
+    std::ostringstream tag;
+    tag << h.egressTagControl();
+    std::ostringstream full;
+    torkProbeHdrStr(full, &h);
+    EXPECT_EQ(full.str(),
+              common.str() +
+                  " origin intf ip: 10.0.0.1 egress ifIndex: 555885348 egressSrcMac: "
+                  "00:1c:73:aa:bb:01 egressDestMac: 00:1c:73:aa:bb:02 egressTagControl: " +
+                  tag.str() + " ttl: @  ");
+
+    TorkProbeHdr zero;
+    zero.mTypeIs(TorkImplMessageType(9));
+    std::ostringstream z;
+    torkProbeHdrStr(z, &zero);
+    const std::string s = z.str();
+    EXPECT_EQ(s.substr(0, 23), " type: torkUnknownType ");
+    ASSERT_GE(s.size(), 9u);
+    EXPECT_EQ(s.substr(s.size() - 9), std::string(" ttl: \0  ", 9));
+}
+
+Rix::Ptr<Wirex::Pkt> packetOf(U32 bytes) {
+    Rix::Ptr<Wirex::Pkt> p = Wirex::globalPktManager()->newPkt();
+    p->newSharedHeadData(bytes);
+    return p;
+}
+
+TEST(TorkProbeHdrWrapperTest, TagControlSubFields) {
+    const auto w = torkProbeHdrWrapperFactory(packetOf(60), 12);
+    EXPECT_EQ(reinterpret_cast<U8*>(w->header()), w->pkt()->frontData() + 12);
+    EXPECT_EQ(w->offset(), 12u);
+    w->header()->egressTagControlIs(Wirex::Eth8021QTagControl(U16{0x0fff}));
+    w->egressTagControlPriorityIs(9);  // only the low three bits count
+    EXPECT_EQ(w->egressTagControlPriority(), 1);
+    EXPECT_EQ(w->header()->egressTagControl().value(), 0x2fff);
+    w->egressTagControlVlanIdIs(0x1005);
+    EXPECT_EQ(w->egressTagControlVlanId(), 5);
+    EXPECT_EQ(w->header()->egressTagControl().value(), 0x2005);
+    w->egressTagControlCfiIs(true);
+    EXPECT_TRUE(w->egressTagControlCfi());
+    EXPECT_EQ(w->header()->egressTagControl().value(), 0x3005);
+    w->egressTagControlCfiIs(false);
+    EXPECT_EQ(w->header()->egressTagControl().value(), 0x2005);
+    w->egressTagControlPriorityIs(7);
+    EXPECT_EQ(w->header()->egressTagControl().value(), 0xe005);
+}
+
+TEST(TorkProbeHdrWrapperDeathTest, HeaderMustFitTheFrontBytes) {
+    EXPECT_NE(torkProbeHdrWrapperFactory(packetOf(60), 12)->header(), nullptr);
+    EXPECT_DEATH(torkProbeHdrWrapperFactory(packetOf(59), 12),
+                 assertionRegex("( offset_ + sizeof( TorkProbeHdr ) ) <= pkt_->frontBytes()"));
+}
+
+}  // namespace
+}  // namespace Sondar
