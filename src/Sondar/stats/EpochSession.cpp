@@ -11,23 +11,23 @@ void DuplicateProbeWindow::setDuplicateWindow(const U64& seqWin, const U64& mask
     duplicateWinMask_ = mask;
     windowStartSeq_ = startSeq;
     eventTime_ = Rix::now();
-    RIX_TRACE(trace, 6, "Probes Duplicated Debug Information: start seq: " << startSeq << ", seqWin: "
+    RIX_TRACE(sondarTrace, 6, "Probes Duplicated Debug Information: start seq: " << startSeq << ", seqWin: "
                                                                            << seqWin << ", mask: " << mask);
 }
 
 namespace detail {
 
-bool traceOn() noexcept { return trace.enabled(6); }
+bool traceOn() noexcept { return sondarTrace.enabled(6); }
 
 void traceOutOfWindow(U64 seq) {
-    RIX_TRACE(trace, 6, "Packet received (seqno - " << seq << ") out of the window size of "
+    RIX_TRACE(sondarTrace, 6, "Packet received (seqno - " << seq << ") out of the window size of "
                                                     << EpochSession::windowSize
                                                     << " - ignoring it in duplicate probe stats "
                                                        "calculation");
 }
 
 void traceDuplicate(U64 seq, U64 nstart, U64 bit, U64 nwin) {
-    RIX_TRACE(trace, 6, "Probe duplicate, seq number : " << seq << ", window start seq: " << nstart
+    RIX_TRACE(sondarTrace, 6, "Probe duplicate, seq number : " << seq << ", window start seq: " << nstart
                                                          << ", mask: " << bit << ", seq window: " << nwin);
 }
 

@@ -121,15 +121,15 @@ TEST(EpochSessionTest, TraceLinesAtLevelSix) {
         EXPECT_EQ(r.level, 6u);
         lines.push_back(r.text);
     });
-    const U16 before = trace.levels();
+    const U16 before = sondarTrace.levels();
     EpochSession s;
     s.setPacket(1);
     s.setPacket(1);  // level off: nothing
     EXPECT_TRUE(lines.empty());
-    trace.levelIs(6, true);
+    sondarTrace.levelIs(6, true);
     EpochSession t;
     for (U64 seq : {100, 110, 50, 40, 50}) t.setPacket(seq);
-    trace.levelsIs(before);
+    sondarTrace.levelsIs(before);
     Rix::traceSinkIs(nullptr);
     const std::vector<std::string> want = {
         "Packet received (seqno - 40) out of the window size of 64 - ignoring it in duplicate probe "
