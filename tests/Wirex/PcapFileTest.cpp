@@ -1,0 +1,190 @@
+// Pcap files: what the writer writes tshark decodes with every checksum verified, the reader
+// gives back the same frames, and bad files are refused with a message naming the file.
+#include "Wirex/PcapFile.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <sstream>
+
+#include "TestFrames.h"
+#include "TestTools.h"
+#include "Wirex/FrameParser.h"
+
+namespace {
+
+using namespace Wirex;
+using WirexTest::buildFrame;
+using WirexTest::FrameSpec;
+
+std::vector<FrameSpec> specs() {
+    std::vector<FrameSpec> v;
+    U32 seed = 100;
+    for (bool tcp : {false, true}) {
+        for (U16 vlan : {U16(0), U16(100)}) {
+            for (U16 payload : {U16(48), U16(49), U16(0), U16(1200)}) {
+                v.push_back({.tcp = tcp, .vlan = vlan, .payload = payload, .seed = ++seed,
+                             .srcPort = 40000, .dstPort = 40001});
+            }
+        }
+    }
+    return v;
+}
+
+void writeFile(const std::string& path, const std::vector<U8>& bytes) {
+    std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(bytes.data()),
+                                                static_cast<std::streamsize>(bytes.size()));
+}
+
+std::vector<U8> readFile(const std::string& path) {
+    std::ifstream f(path, std::ios::binary);
+    return std::vector<U8>(std::istreambuf_iterator<char>(f), {});
+}
+
+TEST(PcapFile, TsharkDecodesWrittenFramesWithGoodChecksums) {
+    if (!WirexTest::haveTshark()) GTEST_SKIP() << "tshark is not installed";
+    WirexTest::ScratchDir dir;
+    const std::string path = dir.file("probes.pcap");
+    const auto all = specs();
+    {
+        Rix::Ptr<PcapWriter> w(new PcapWriter(path));
+        for (const auto& s : all) w->send(buildFrame(s));
+        EXPECT_EQ(w->framesSent(), all.size());
+        EXPECT_EQ(w->sendErrors(), 0u);
+    }
+    int status = 0;
+    const std::string out = WirexTest::runCommand(
+        "tshark -r " + path +
+            " -o ip.check_checksum:TRUE -o udp.check_checksum:TRUE -o tcp.check_checksum:TRUE"
+            " -T fields -E 'separator=;' -e frame.number -e vlan.id -e ip.checksum.status"
+            " -e udp.checksum.status -e tcp.checksum.status -e _ws.malformed -e _ws.expert.severity"
+            " 2>/dev/null",
+        &status);
+    ASSERT_EQ(status, 0) << out;
+    std::istringstream lines(out);
+    std::string line;
+    std::size_t i = 0;
+    while (std::getline(lines, line)) {
+        ASSERT_LT(i, all.size()) << out;
+        const FrameSpec& s = all[i++];
+        std::ostringstream expected;
+        expected << i << ";" << (s.vlan ? std::to_string(s.vlan) : "") << ";1;" << (s.tcp ? "" : "1")
+                 << ";" << (s.tcp ? "1" : "") << ";";
+        EXPECT_EQ(line.substr(0, expected.str().size()), expected.str()) << line;
+        EXPECT_EQ(line.find("_ws.malformed"), std::string::npos) << line;
+    }
+    EXPECT_EQ(i, all.size()) << out;
+}
+
+TEST(PcapFile, ReaderGivesBackWhatTheWriterWrote) {
+    WirexTest::ScratchDir dir;
+    const std::string path = dir.file("round.pcap");
+    const auto all = specs();
+    std::vector<std::vector<U8>> sent;
+    {
+        Rix::Ptr<PcapWriter> w(new PcapWriter(path, 1000));
+        U32 usec = 0;
+        for (const auto& s : all) {
+            Rix::Ptr<Pkt> p = buildFrame(s);
+            sent.emplace_back(p->data(), p->data() + p->bytes());
+            ASSERT_TRUE(w->frameWrite(p->data(), p->bytes(), 1700000000, usec += 111111));
+        }
+    }
+    Rix::Ptr<PcapReader> r(new PcapReader(path, IntfId("Ethernet7")));
+    EXPECT_EQ(r->linkType(), pcapLinkTypeEthernet);
+    EXPECT_EQ(r->snapLength(), 1000u);
+    Frame f;
+    for (std::size_t i = 0; i < sent.size(); ++i) {
+        ASSERT_TRUE(r->nextFrame(f)) << i;
+        const U32 expectLen = std::min<U32>(static_cast<U32>(sent[i].size()), 1000);
+        ASSERT_EQ(f.length, expectLen);
+        EXPECT_EQ(f.wireLength, sent[i].size()) << "a cut frame keeps its wire length";
+        EXPECT_EQ(std::vector<U8>(f.data, f.data + f.length),
+                  std::vector<U8>(sent[i].begin(), sent[i].begin() + expectLen));
+        EXPECT_EQ(f.seconds, 1700000000u);
+        EXPECT_EQ(f.useconds, 111111u * (i + 1) % 1000000 == 0 ? 0 : 111111u * (i + 1));
+        EXPECT_EQ(f.ingressIntf, IntfId("Ethernet7"));
+        EXPECT_EQ(parseFrame(f.data, f.length).status,
+                  f.length == f.wireLength ? FrameStatus::ok : FrameStatus::truncatedIpPacket);
+    }
+    EXPECT_FALSE(r->nextFrame(f));
+    EXPECT_FALSE(r->nextFrame(f)) << "the end stays the end";
+}
+
+// Each row is a file image and the words its error must contain besides the file's name.
+TEST(PcapFile, BadFilesAreRefusedNamingTheFile) {
+    WirexTest::ScratchDir dir;
+    const std::string good = dir.file("good.pcap");
+    {
+        Rix::Ptr<PcapWriter> w(new PcapWriter(good, 200));
+        Rix::Ptr<Pkt> p = buildFrame({.payload = 20});
+        w->frameWrite(p->data(), p->bytes(), 1, 2);
+        w->frameWrite(p->data(), p->bytes(), 3, 4);
+    }
+    const std::vector<U8> image = readFile(good);
+    ASSERT_EQ(image.size(), 24u + 2 * (16 + 62));
+    auto cut = [&](std::size_t n) { return std::vector<U8>(image.begin(), image.begin() + n); };
+    std::vector<U8> oversized = image;
+    oversized[24 + 8] = 201;  // the first record claims more than the snap length
+    std::vector<U8> pcapng = image;
+    pcapng[0] = 0x0a, pcapng[1] = 0x0d, pcapng[2] = 0x0d, pcapng[3] = 0x0a;
+    std::vector<U8> hugeSnap = image;
+    hugeSnap[16] = hugeSnap[17] = hugeSnap[18] = hugeSnap[19] = 0xff;
+    struct Row {
+        const char* name;
+        std::vector<U8> bytes;
+        const char* says;
+        int goodFrames;  // frames read before the error
+    };
+    const Row rows[] = {
+        {"empty", {}, "is empty", 0},
+        {"short-header", cut(10), "truncated file header", 0},
+        {"pcapng", pcapng, "not a pcap file", 0},
+        {"text", std::vector<U8>(100, 'x'), "not a pcap file", 0},
+        {"huge-snap", hugeSnap, "snap length", 0},
+        {"oversized", oversized, "longer than the snap length", 0},
+        {"cut-record-header", cut(24 + 10), "truncated record header", 0},
+        {"cut-record", cut(24 + 16 + 30), "truncated record 1", 0},
+        {"cut-second", cut(image.size() - 1), "truncated record 2", 1},
+    };
+    for (const Row& row : rows) {
+        const std::string path = dir.file(row.name);
+        writeFile(path, row.bytes);
+        std::string message = "no exception";
+        int frames = 0;
+        try {
+            Rix::Ptr<PcapReader> r(new PcapReader(path));
+            Frame f;
+            while (r->nextFrame(f)) ++frames;
+        } catch (const Rix::RangeException& e) {
+            message = e.what();
+        }
+        EXPECT_NE(message.find(path), std::string::npos) << row.name << ": " << message;
+        EXPECT_NE(message.find(row.says), std::string::npos) << row.name << ": " << message;
+        EXPECT_EQ(frames, row.goodFrames) << row.name;
+    }
+    EXPECT_THROW(PcapReader(dir.file("missing.pcap")), Rix::RuntimeException);
+    EXPECT_THROW(PcapWriter(dir.file("no/such/dir.pcap")), Rix::RuntimeException);
+}
+
+TEST(PcapFile, ReadsBigEndianAndNanosecondFiles) {
+    WirexTest::ScratchDir dir;
+    // a big-endian nanosecond file with one 14-byte frame, laid out by hand
+    const std::vector<U8> be = {0xa1, 0xb2, 0x3c, 0x4d, 0, 2, 0, 4, 0, 0, 0, 0, 0, 0, 0, 0,
+                                0, 0, 0xff, 0xff, 0, 0, 0, 1,
+                                0, 0, 0, 9, 0x3b, 0x9a, 0xc9, 0xff, 0, 0, 0, 14, 0, 0, 0, 60,
+                                1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 0x08, 0x06};
+    const std::string path = dir.file("be.pcap");
+    writeFile(path, be);
+    Rix::Ptr<PcapReader> r(new PcapReader(path));
+    Frame f;
+    ASSERT_TRUE(r->nextFrame(f));
+    EXPECT_EQ(f.seconds, 9u);
+    EXPECT_EQ(f.useconds, 999999u);
+    EXPECT_EQ(f.length, 14u);
+    EXPECT_EQ(f.wireLength, 60u);
+    EXPECT_EQ(f.data[13], 0x06);
+    EXPECT_FALSE(r->nextFrame(f));
+}
+
+}  // namespace
