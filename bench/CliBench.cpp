@@ -1,0 +1,108 @@
+// The sondar command line's two bulk paths, run in-process through the functions the program
+// calls: generate writing impaired probe streams to a pcap file, and analyze reading one back
+// into per-stream counters. Rates are probes per second on one core.
+#include <benchmark/benchmark.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+#include "BenchGoals.h"
+#include "Wirex/PcapFile.h"
+#include "sondar/Analyzer.h"
+#include "sondar/BufferedPcapWriter.h"
+#include "sondar/Generator.h"
+
+namespace {
+
+constexpr U64 probesPerStream = 500000;
+
+std::string benchPath(const char* name) {
+    const char* tmp = std::getenv("TMPDIR");
+    return std::string(tmp && *tmp ? tmp : "/tmp") + "/" + name;
+}
+
+SondarCli::GenerateOptions benchOptions() {
+    SondarCli::GenerateOptions o;
+    o.destinations = {Wirex::IpAddr(10, 0, 0, 2), Wirex::IpAddr(10, 0, 1, 2)};
+    o.ttls = {64, 255};
+    o.count = probesPerStream;
+    o.loss = 0.001;
+    o.duplication = 0.001;
+    o.reorder = 0.001;
+    o.restarts = 1;
+    return o;
+}
+
+U64 framesWritten = 0;
+
+SondarCli::GenerateResult generateInto(const std::string& path) {
+    auto writer = Rix::Ptr<SondarCli::BufferedPcapWriter>(new SondarCli::BufferedPcapWriter(path));
+    return SondarCli::generate(benchOptions(), writer, writer.ptr());
+}
+
+void BM_Generate(benchmark::State& state) {
+    const std::string path = benchPath("sondar-cli-bench-generate.pcap");
+    for (auto _ : state) framesWritten = generateInto(path).framesWritten;
+    std::remove(path.c_str());
+    state.counters["probes"] = static_cast<double>(framesWritten);
+}
+BENCHMARK(BM_Generate)->Unit(benchmark::kMillisecond)->Iterations(1);
+
+const std::string& analyzeInput() {
+    static const std::string path = [] {
+        const std::string p = benchPath("sondar-cli-bench-analyze.pcap");
+        generateInto(p);
+        return p;
+    }();
+    return path;
+}
+
+U64 probesAnalyzed = 0;
+
+void BM_Analyze(benchmark::State& state) {
+    const std::string& path = analyzeInput();
+    for (auto _ : state) {
+        SondarCli::Analyzer analyzer{SondarCli::AnalyzeOptions()};
+        Wirex::PcapReader reader(path);
+        analyzer.sourceIs(reader);
+        analyzer.doCalcLoss();
+        probesAnalyzed = analyzer.totals().probes;
+    }
+    state.counters["probes"] = static_cast<double>(probesAnalyzed);
+}
+BENCHMARK(BM_Analyze)->Unit(benchmark::kMillisecond)->Iterations(1);
+
+// The baseline: reading the same file's frames and nothing else.
+void BM_ReadOnly(benchmark::State& state) {
+    const std::string& path = analyzeInput();
+    for (auto _ : state) {
+        Wirex::PcapReader reader(path);
+        Wirex::Frame frame;
+        U64 bytes = 0;
+        while (reader.nextFrame(frame)) bytes += frame.length;
+        benchmark::DoNotOptimize(bytes);
+    }
+}
+BENCHMARK(BM_ReadOnly)->Unit(benchmark::kMillisecond)->Iterations(1);
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const int status = Bench::run(argc, argv, [](Bench::Results& r) {
+        const double generateNs = r.ns("BM_Generate/iterations:1");
+        const double analyzeNs = r.ns("BM_Analyze/iterations:1");
+        if (generateNs > 0) {
+            const double rate = static_cast<double>(framesWritten) / generateNs * 1e3;
+            r.figure("sondar generate into a pcap file", rate, 10.0, rate >= 10.0, "M probes/s", ">=");
+        }
+        if (analyzeNs > 0) {
+            const double rate = static_cast<double>(probesAnalyzed) / analyzeNs * 1e3;
+            r.figure("sondar analyze from a pcap file", rate, 5.0, rate >= 5.0, "M probes/s", ">=");
+        }
+        r.ratioAtMost("analyze vs reading the frames alone", "BM_ReadOnly/iterations:1",
+                      "BM_Analyze/iterations:1", 4.0);
+    });
+    std::remove(analyzeInput().c_str());
+    return status;
+}
