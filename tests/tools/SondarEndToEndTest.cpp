@@ -64,7 +64,8 @@ struct Outcome {
 Outcome roundTrip(const GenerateOptions& o, const std::string& path) {
     SondarCli::GenerateResult truth;
     {
-        auto writer = Rix::Ptr<SondarCli::BufferedPcapWriter>(new SondarCli::BufferedPcapWriter(path));
+        auto writer =
+            Rix::Ptr<SondarCli::BufferedPcapWriter>(new SondarCli::BufferedPcapWriter(path));
         truth = SondarCli::generate(o, writer, writer.ptr());
     }
     SondarCli::AnalyzeOptions a;
@@ -154,8 +155,8 @@ TEST(SondarEndToEnd, CorruptedProbesAreCountedAsBadAndNotCounted) {
     std::string bytes = ToolTest::slurp(path);
     // Records are 24 + k * (16 + 90) bytes in; the frame starts 16 bytes into its record.
     auto frame = [](int k) { return 24 + k * (16 + 90) + 16; };
-    bytes[frame(2) + 14 + 8] ^= 1;        // IPv4 TTL: the IP checksum fails
-    bytes[frame(4) + 14 + 20 + 1] ^= 1;   // UDP source port: the UDP checksum fails
+    bytes[frame(2) + 14 + 8] ^= 1;       // IPv4 TTL: the IP checksum fails
+    bytes[frame(4) + 14 + 20 + 1] ^= 1;  // UDP source port: the UDP checksum fails
     // A probe byte flipped, with the UDP checksum set to "none", so only the probe checksum fails.
     bytes[frame(6) + 14 + 20 + 8 + 30] ^= 1;
     bytes[frame(6) + 14 + 20 + 6] = 0;
@@ -182,7 +183,8 @@ TEST(SondarEndToEnd, ProgramJsonOutputsAgree) {
     const std::string pcap = dir.file("json.pcap");
     ToolTest::Outcome g = ToolTest::runSondar(
         "generate -o " + pcap +
-            " --dst 10.1.0.1,10.1.0.2 --ttl 3,200 --src-port 1,65535 --proto tcp --vlan 12 --count 2000"
+            " --dst 10.1.0.1,10.1.0.2 --ttl 3,200 --src-port 1,65535 --proto tcp --vlan 12 --count "
+            "2000"
             " --loss 0.03 --dup 0.02 --reorder 0.03 --reorder-depth 6 --restarts 2 --seed 99"
             " --intf eth7 --epoch 1234.5 --json",
         dir);
@@ -211,17 +213,20 @@ assert tot["received"] == sum(s["received"] for s in analysis["streams"])
 assert analysis["frames"]["probes"] == tot["received"] == truth["framesWritten"]
 print("ok")
 )";
-    ToolTest::Outcome c = ToolTest::runShell("/usr/bin/python3 " + dir.file("compare.py") + " " +
-                                             dir.file("truth.json") + " " + dir.file("analysis.json"),
-                                         dir);
+    ToolTest::Outcome c =
+        ToolTest::runShell("/usr/bin/python3 " + dir.file("compare.py") + " " +
+                               dir.file("truth.json") + " " + dir.file("analysis.json"),
+                           dir);
     EXPECT_EQ(c.status, 0) << c.err;
 }
 
 TEST(SondarEndToEnd, DemoShowsAgreement) {
     ToolTest::ScratchDir dir;
-    ToolTest::Outcome r = ToolTest::runSondar("demo --count 3000 --keep " + dir.file("demo.pcap"), dir);
+    ToolTest::Outcome r =
+        ToolTest::runSondar("demo --count 3000 --keep " + dir.file("demo.pcap"), dir);
     EXPECT_EQ(r.status, 0) << r.out << r.err;
-    EXPECT_NE(r.out.find("the analysis equals the ground truth for all 4 streams"), std::string::npos)
+    EXPECT_NE(r.out.find("the analysis equals the ground truth for all 4 streams"),
+              std::string::npos)
         << r.out;
 }
 

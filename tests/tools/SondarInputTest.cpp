@@ -27,9 +27,9 @@ TEST(SondarTshark, GeneratedFramesDecodeCleanWithGoodChecksums) {
         SCOPED_TRACE(shape);
         const std::string pcap = dir.file("t.pcap");
         Outcome g = ToolTest::runSondar("generate -o " + pcap + " " + shape +
-                                        " --dst 10.0.0.2,192.168.7.9 --count 200 --dup 0.05"
-                                        " --reorder 0.05 --restarts 1 --first-seq 4294967290",
-                                    dir);
+                                            " --dst 10.0.0.2,192.168.7.9 --count 200 --dup 0.05"
+                                            " --reorder 0.05 --restarts 1 --first-seq 4294967290",
+                                        dir);
         ASSERT_EQ(g.status, 0) << g.err;
         const bool tcp = std::string(shape).find("tcp") != std::string::npos;
         Outcome t = ToolTest::runShell(
@@ -48,7 +48,8 @@ TEST(SondarTshark, GeneratedFramesDecodeCleanWithGoodChecksums) {
             EXPECT_EQ(line.find("malformed"), std::string::npos) << line;
         }
         EXPECT_NE(g.out.find("wrote " + std::to_string(frames) + " frames"), std::string::npos)
-            << frames << " frames in\n" << g.out;
+            << frames << " frames in\n"
+            << g.out;
         EXPECT_GT(frames, 400);
     }
 }
@@ -84,12 +85,12 @@ void otherTrafficWrite(const std::string& path) {
         }
         writer->send(p);
     };
-    frame(0x0806, 0, 0, 8, 0);       // ARP
-    frame(0x86dd, 17, 49152, 60, 0);  // IPv6
-    frame(0x0800, 17, 53, 48, 0);     // DNS-sized UDP elsewhere
-    frame(0x0800, 6, 443, 48, 0);     // TCP elsewhere
-    frame(0x0800, 17, 49152, 20, 0);  // too short for a probe
-    frame(0x0800, 17, 49152, 48, 0);  // probe-sized, but all zeros: no probe type
+    frame(0x0806, 0, 0, 8, 0);             // ARP
+    frame(0x86dd, 17, 49152, 60, 0);       // IPv6
+    frame(0x0800, 17, 53, 48, 0);          // DNS-sized UDP elsewhere
+    frame(0x0800, 6, 443, 48, 0);          // TCP elsewhere
+    frame(0x0800, 17, 49152, 20, 0);       // too short for a probe
+    frame(0x0800, 17, 49152, 48, 0);       // probe-sized, but all zeros: no probe type
     frame(0x0800, 17, 49152, 48, 0x2001);  // a fragment
 }
 
@@ -98,7 +99,8 @@ TEST(SondarBadInput, OtherTrafficIsCountedAndSkipped) {
     otherTrafficWrite(dir.file("other.pcap"));
     Outcome r = ToolTest::runSondar("analyze --json " + dir.file("other.pcap"), dir);
     EXPECT_EQ(r.status, 0) << r.err;
-    EXPECT_NE(r.out.find("\"total\": 7, \"probes\": 0, \"notProbes\": 7"), std::string::npos) << r.out;
+    EXPECT_NE(r.out.find("\"total\": 7, \"probes\": 0, \"notProbes\": 7"), std::string::npos)
+        << r.out;
     EXPECT_NE(r.out.find("\"streams\": 0"), std::string::npos) << r.out;
 }
 
@@ -149,21 +151,31 @@ TEST(SondarBadInput, BadFilesAndOptionsEndInAMessageAndAStatus) {
         {"unknown option", "analyze " + good + " --bogus", 2, "unknown option --bogus"},
         {"option without value", "analyze " + good + " --dst-port", 2, "needs a value"},
         {"port out of range", "analyze " + good + " --dst-port 65536", 2, "--dst-port: '65536'"},
-        {"interface name too long", "analyze " + good + " --intf " + std::string(40, 'x'), 2, "--intf"},
+        {"interface name too long", "analyze " + good + " --intf " + std::string(40, 'x'), 2,
+         "--intf"},
         {"generate without output", "generate --count 5", 2, "needs an output file"},
-        {"bad address", "generate -o " + dir.file("x.pcap") + " --dst 10.0.0.300", 2, "not an IPv4"},
-        {"empty address list item", "generate -o " + dir.file("x.pcap") + " --dst 10.0.0.1,", 2, "not an IPv4"},
+        {"bad address", "generate -o " + dir.file("x.pcap") + " --dst 10.0.0.300", 2,
+         "not an IPv4"},
+        {"empty address list item", "generate -o " + dir.file("x.pcap") + " --dst 10.0.0.1,", 2,
+         "not an IPv4"},
         {"TTL zero", "generate -o " + dir.file("x.pcap") + " --ttl 0", 2, "TTL of 0"},
         {"negative count", "generate -o " + dir.file("x.pcap") + " --count -1", 2, "--count"},
         {"zero count", "generate -o " + dir.file("x.pcap") + " --count 0", 2, "at least 1"},
-        {"probability above 1", "generate -o " + dir.file("x.pcap") + " --dup 1.5", 2, "probability"},
-        {"bad protocol", "generate -o " + dir.file("x.pcap") + " --proto sctp", 2, "neither udp nor tcp"},
+        {"probability above 1", "generate -o " + dir.file("x.pcap") + " --dup 1.5", 2,
+         "probability"},
+        {"bad protocol", "generate -o " + dir.file("x.pcap") + " --proto sctp", 2,
+         "neither udp nor tcp"},
         {"VLAN too high", "generate -o " + dir.file("x.pcap") + " --vlan 4095", 2, "--vlan"},
         {"bad epoch", "generate -o " + dir.file("x.pcap") + " --epoch 5.1234567", 2, "--epoch"},
-        {"first sequence zero", "generate -o " + dir.file("x.pcap") + " --first-seq 0", 2, "at least 1"},
-        {"wrapping sequence", "generate -o " + dir.file("x.pcap") + " --first-seq 18446744073709551615 --count 2", 2, "wrap"},
-        {"too many restarts", "generate -o " + dir.file("x.pcap") + " --count 5 --restarts 5", 2, "restarts"},
-        {"unwritable output", "generate -o " + dir.path() + "/no/such/dir/x.pcap", 1, "cannot create"},
+        {"first sequence zero", "generate -o " + dir.file("x.pcap") + " --first-seq 0", 2,
+         "at least 1"},
+        {"wrapping sequence",
+         "generate -o " + dir.file("x.pcap") + " --first-seq 18446744073709551615 --count 2", 2,
+         "wrap"},
+        {"too many restarts", "generate -o " + dir.file("x.pcap") + " --count 5 --restarts 5", 2,
+         "restarts"},
+        {"unwritable output", "generate -o " + dir.path() + "/no/such/dir/x.pcap", 1,
+         "cannot create"},
         {"flag with a value", "demo --help=yes", 2, "takes no value"},
     };
     for (const BadCase& c : cases) {

@@ -13,13 +13,16 @@
 
 namespace ToolTest {
 
-inline std::string sondarBinary() { return std::string(SONDAR_BINARY_DIR) + "/tools/sondar/sondar"; }
+inline std::string sondarBinary() {
+    return std::string(SONDAR_BINARY_DIR) + "/tools/sondar/sondar";
+}
 
 // A directory of its own for one test, removed with everything in it.
 class ScratchDir {
   public:
     ScratchDir() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "sondar-tool-XXXXXX").string();
+        std::string pattern =
+            (std::filesystem::temp_directory_path() / "sondar-tool-XXXXXX").string();
         path_ = ::mkdtemp(pattern.data()) ? pattern : std::string();
     }
     ~ScratchDir() {

@@ -1,6 +1,7 @@
 #pragma once
 // `sondar analyze`: reads frames, keeps the probes sent to the probe port whose checksums hold,
 // classifies each into its IngressStream and counts it in that stream's Counter.
+#include <array>
 #include <deque>
 #include <functional>
 #include <unordered_map>
@@ -29,17 +30,20 @@ struct StreamCount {
 // Frames by what became of them.
 struct FrameTotals {
     U64 frames = 0;
-    U64 probes = 0;      // counted in a stream
-    U64 notProbes = 0;   // other traffic: not IPv4 UDP/TCP to the probe port, or not a probe
-    U64 truncated = 0;   // captured shorter than on the wire, or shorter than their headers claim
-    U64 malformed = 0;   // header fields that contradict each other
+    U64 probes = 0;     // counted in a stream
+    U64 notProbes = 0;  // other traffic: not IPv4 UDP/TCP to the probe port, or not a probe
+    U64 truncated = 0;  // captured shorter than on the wire, or shorter than their headers claim
+    U64 malformed = 0;  // header fields that contradict each other
     U64 badIpChecksum = 0;
     U64 badTransportChecksum = 0;
     U64 badProbeChecksum = 0;
-    U64 badEpoch = 0;    // an epoch with a microseconds field above 999999
+    U64 badEpoch = 0;             // an epoch with a microseconds field above 999999
     U64 firstTruncatedFrame = 0;  // 1-based; 0 when none
 
-    U64 bad() const { return truncated + malformed + badIpChecksum + badTransportChecksum + badProbeChecksum + badEpoch; }
+    U64 bad() const {
+        return truncated + malformed + badIpChecksum + badTransportChecksum + badProbeChecksum +
+               badEpoch;
+    }
 };
 
 // The streams seen so far. Entries never move once made, so a cached entry stays valid; looking
@@ -55,7 +59,8 @@ class StreamTable {
   private:
     std::deque<StreamCount> entries_;
     std::unordered_map<Sondar::IngressStream, StreamCount*> index_;
-    StreamCount* last_ = nullptr;
+    static constexpr std::size_t cacheSize = 256;
+    std::array<StreamCount*, cacheSize> cache_{};
 };
 
 class Analyzer {

@@ -36,7 +36,8 @@ const char* const mainHelp =
 const char* const generateHelp =
     "usage: sondar generate -o FILE.pcap [options]\n"
     "\n"
-    "Writes one probe stream per destination, TTL and source port, and prints the ground truth per\n"
+    "Writes one probe stream per destination, TTL and source port, and prints the ground truth "
+    "per\n"
     "stream: what was sent, dropped, duplicated and reordered, and what a receiver must count.\n"
     "\n"
     "  -o, --output FILE     the pcap file to write (required)\n"
@@ -144,8 +145,9 @@ U64 parseUnsigned(const std::string& option, const std::string& text, U64 max) {
     const char* end = text.data() + text.size();
     auto [p, ec] = std::from_chars(text.data(), end, v);
     if (text.empty() || ec != std::errc() || p != end || v > max) {
-        throw UsageError(Rix::format("--%s: '%s' is not a whole number from 0 to %llu", option.c_str(),
-                                     text.c_str(), static_cast<unsigned long long>(max)));
+        throw UsageError(Rix::format("--%s: '%s' is not a whole number from 0 to %llu",
+                                     option.c_str(), text.c_str(),
+                                     static_cast<unsigned long long>(max)));
     }
     return v;
 }
@@ -215,7 +217,8 @@ int generateCommand(const std::vector<std::string>& args, std::ostream& out, std
         out << generateHelp;
         return exitOk;
     }
-    if (!a.positional().empty()) throw UsageError("unexpected argument '" + a.positional()[0] + "'");
+    if (!a.positional().empty())
+        throw UsageError("unexpected argument '" + a.positional()[0] + "'");
     const std::string* path = a.value("output");
     if (!path || path->empty()) throw UsageError("generate needs an output file: -o FILE.pcap");
     GenerateOptions o;
@@ -238,7 +241,8 @@ int generateCommand(const std::vector<std::string>& args, std::ostream& out, std
             o.srcPorts.push_back(static_cast<U16>(parseUnsigned("src-port", s, 65535)));
         }
     }
-    if (auto v = a.value("dst-port")) o.dstPort = static_cast<U16>(parseUnsigned("dst-port", *v, 65535));
+    if (auto v = a.value("dst-port"))
+        o.dstPort = static_cast<U16>(parseUnsigned("dst-port", *v, 65535));
     if (auto v = a.value("vlan")) {
         o.vlan = static_cast<U16>(parseUnsigned("vlan", *v, Bridging::VlanIdOrNone::maxVlanId));
     }
@@ -253,13 +257,16 @@ int generateCommand(const std::vector<std::string>& args, std::ostream& out, std
     }
     if (auto v = a.value("epoch")) o.epoch = parseEpoch(*v);
     if (auto v = a.value("first-seq")) o.firstSeq = parseUnsigned("first-seq", *v, ~U64{0});
-    if (auto v = a.value("interval")) o.interval = static_cast<U32>(parseUnsigned("interval", *v, 0xffffffffu));
+    if (auto v = a.value("interval"))
+        o.interval = static_cast<U32>(parseUnsigned("interval", *v, 0xffffffffu));
     if (auto v = a.value("count")) o.count = parseUnsigned("count", *v, U64{1} << 32);
     if (auto v = a.value("loss")) o.loss = parseProbability("loss", *v);
     if (auto v = a.value("dup")) o.duplication = parseProbability("dup", *v);
     if (auto v = a.value("reorder")) o.reorder = parseProbability("reorder", *v);
-    if (auto v = a.value("reorder-depth")) o.reorderDepth = static_cast<U32>(parseUnsigned("reorder-depth", *v, 1024));
-    if (auto v = a.value("restarts")) o.restarts = static_cast<U32>(parseUnsigned("restarts", *v, 0xffffffffu));
+    if (auto v = a.value("reorder-depth"))
+        o.reorderDepth = static_cast<U32>(parseUnsigned("reorder-depth", *v, 1024));
+    if (auto v = a.value("restarts"))
+        o.restarts = static_cast<U32>(parseUnsigned("restarts", *v, 0xffffffffu));
     if (auto v = a.value("seed")) o.seed = parseUnsigned("seed", *v, ~U64{0});
     if (auto v = a.value("intf")) o.ingressIntf = parseIntf(*v);
     try {
@@ -272,7 +279,8 @@ int generateCommand(const std::vector<std::string>& args, std::ostream& out, std
     std::function<void(U64, U64)> progress;
     if (progressWanted(a)) {
         progress = [&err](U64 done, U64 total) {
-            err << Rix::format("\rgenerate: %llu of %llu slots", static_cast<unsigned long long>(done),
+            err << Rix::format("\rgenerate: %llu of %llu slots",
+                               static_cast<unsigned long long>(done),
                                static_cast<unsigned long long>(total))
                 << std::flush;
         };
@@ -284,8 +292,8 @@ int generateCommand(const std::vector<std::string>& args, std::ostream& out, std
 }
 
 // Runs the analysis of one file into `analyzer`; the caller prints it.
-void analyzeFile(const std::string& path, Analyzer& analyzer, const AnalyzeOptions& o, bool progress,
-                 std::ostream& err) {
+void analyzeFile(const std::string& path, Analyzer& analyzer, const AnalyzeOptions& o,
+                 bool progress, std::ostream& err) {
     std::error_code ec;
     if (std::filesystem::is_directory(path, ec)) {
         throw Rix::RangeException("'" + path + "' is a directory, not a pcap file");
@@ -298,7 +306,8 @@ void analyzeFile(const std::string& path, Analyzer& analyzer, const AnalyzeOptio
     std::function<void(U64)> report;
     if (progress) {
         report = [&err](U64 frames) {
-            err << Rix::format("\ranalyze: %llu frames", static_cast<unsigned long long>(frames)) << std::flush;
+            err << Rix::format("\ranalyze: %llu frames", static_cast<unsigned long long>(frames))
+                << std::flush;
         };
     }
     analyzer.sourceIs(reader, report);
@@ -314,7 +323,8 @@ int analyzeCommand(const std::vector<std::string>& args, std::ostream& out, std:
     }
     if (a.positional().size() != 1) throw UsageError("analyze needs exactly one pcap file");
     AnalyzeOptions o;
-    if (auto v = a.value("dst-port")) o.dstPort = static_cast<U16>(parseUnsigned("dst-port", *v, 65535));
+    if (auto v = a.value("dst-port"))
+        o.dstPort = static_cast<U16>(parseUnsigned("dst-port", *v, 65535));
     if (auto v = a.value("intf")) o.ingressIntf = parseIntf(*v);
     if (auto v = a.value("calc-every")) o.calcEvery = parseUnsigned("calc-every", *v, ~U64{0});
     const std::string& path = a.positional()[0];
@@ -342,7 +352,8 @@ int demoCommand(const std::vector<std::string>& args, std::ostream& out, std::os
         out << demoHelp;
         return exitOk;
     }
-    if (!a.positional().empty()) throw UsageError("unexpected argument '" + a.positional()[0] + "'");
+    if (!a.positional().empty())
+        throw UsageError("unexpected argument '" + a.positional()[0] + "'");
     GenerateOptions g;
     g.destinations = {Wirex::IpAddr(10, 0, 0, 2), Wirex::IpAddr(10, 0, 1, 2)};
     g.ttls = {64, 255};
@@ -382,10 +393,11 @@ int demoCommand(const std::vector<std::string>& args, std::ostream& out, std::os
         }
     } remove{path, keep};
 
-    out << Rix::format("sondar demo: %zu probe streams of %llu probes each, 1%% loss, 0.5%% duplicates,\n"
-                       "1%% held back by up to 8 probes, 2 transmitter restarts; seed %llu\n\n",
-                       g.destinations.size() * g.ttls.size(), static_cast<unsigned long long>(g.count),
-                       static_cast<unsigned long long>(g.seed));
+    out << Rix::format(
+        "sondar demo: %zu probe streams of %llu probes each, 1%% loss, 0.5%% duplicates,\n"
+        "1%% held back by up to 8 probes, 2 transmitter restarts; seed %llu\n\n",
+        g.destinations.size() * g.ttls.size(), static_cast<unsigned long long>(g.count),
+        static_cast<unsigned long long>(g.seed));
     GenerateResult truth;
     {
         auto writer = Rix::Ptr<BufferedPcapWriter>(new BufferedPcapWriter(path));

@@ -70,7 +70,8 @@ void generateOptionsCheck(const GenerateOptions& o) {
         bad(Rix::format("protocol %u is neither UDP (17) nor TCP (6)", unsigned{o.protocol}));
     }
     if (o.vlan > Bridging::VlanIdOrNone::maxVlanId) {
-        bad(Rix::format("VLAN %u is above %u", unsigned{o.vlan}, unsigned{Bridging::VlanIdOrNone::maxVlanId}));
+        bad(Rix::format("VLAN %u is above %u", unsigned{o.vlan},
+                        unsigned{Bridging::VlanIdOrNone::maxVlanId}));
     }
     if (o.firstSeq == 0) bad("the first sequence number must be at least 1");
     if (o.interval == 0) bad("the interval must be at least 1 microsecond");
@@ -82,8 +83,8 @@ void generateOptionsCheck(const GenerateOptions& o) {
     }
     if (o.reorderDepth > 1024) bad("the reorder depth is at most 1024");
     if (o.restarts >= o.count) bad("fewer restarts than probes per stream are needed");
-    const double span = static_cast<double>(o.epoch.seconds()) +
-                        static_cast<double>(o.count) * o.interval * 1e-6;
+    const double span =
+        static_cast<double>(o.epoch.seconds()) + static_cast<double>(o.count) * o.interval * 1e-6;
     if (span >= 4294967296.0) bad("the run would end beyond the 32-bit epoch seconds");
 }
 
@@ -195,9 +196,11 @@ GenerateResult generate(const GenerateOptions& o, const Rix::Ptr<Wirex::Pam>& pa
                 release(tx, slot, true);
                 epochEnd(tx, epoch);
             }
-            epoch = Sondar::Epoch(static_cast<U32>(nowUs / 1000000), static_cast<U32>(nowUs % 1000000));
+            epoch =
+                Sondar::Epoch(static_cast<U32>(nowUs / 1000000), static_cast<U32>(nowUs % 1000000));
             ++epochIndex;
-            nextRestart = epochIndex < o.restarts ? o.count * (epochIndex + 1) / (o.restarts + 1) : ~U64{0};
+            nextRestart =
+                epochIndex < o.restarts ? o.count * (epochIndex + 1) / (o.restarts + 1) : ~U64{0};
             fresh = true;
         }
         for (Transmitter& tx : txs) {
@@ -253,10 +256,10 @@ GenerateResult generate(const GenerateOptions& o, const Rix::Ptr<Wirex::Pam>& pa
         throw Rix::RuntimeException("cannot write pcap file '" + writer->path() + "'");
     }
     if (pam->sendErrors() || pam->framesDropped()) {
-        throw Rix::RuntimeException(Rix::format(
-            "the transmitter failed: %llu send errors, %llu frames dropped",
-            static_cast<unsigned long long>(pam->sendErrors()),
-            static_cast<unsigned long long>(pam->framesDropped())));
+        throw Rix::RuntimeException(
+            Rix::format("the transmitter failed: %llu send errors, %llu frames dropped",
+                        static_cast<unsigned long long>(pam->sendErrors()),
+                        static_cast<unsigned long long>(pam->framesDropped())));
     }
     result.framesWritten = pam->framesSent() - framesBefore;
     for (Transmitter& tx : txs) result.streams.push_back(tx.truth);

@@ -21,9 +21,10 @@ std::string protoText(Wirex::IpProto p) {
 }
 
 std::string streamText(const Sondar::IngressStream& k) {
-    return Rix::format("%-8s %15s:%-5u -> %-15s ttl %-3u %s vlan %-4u", k.ingressIntf().str().c_str(),
-                       k.srcIpAddr().str().c_str(), unsigned{k.srcPort()}, k.dstIpAddr().str().c_str(),
-                       unsigned{k.ttl()}, protoText(k.ipType()).c_str(), unsigned{k.tag().value()});
+    return Rix::format("%-8s %15s:%-5u -> %-15s ttl %-3u %s vlan %-4u",
+                       k.ingressIntf().str().c_str(), k.srcIpAddr().str().c_str(),
+                       unsigned{k.srcPort()}, k.dstIpAddr().str().c_str(), unsigned{k.ttl()},
+                       protoText(k.ipType()).c_str(), unsigned{k.tag().value()});
 }
 
 std::string streamJson(const Sondar::IngressStream& k) {
@@ -31,10 +32,10 @@ std::string streamJson(const Sondar::IngressStream& k) {
         "\"ingressIntf\": %s, \"srcIp\": \"%s\", \"srcPort\": %u, \"dstIp\": \"%s\", \"ttl\": %u, "
         "\"protocol\": %u, \"vlan\": %u, \"srcMac\": \"%s\", \"dstMac\": \"%s\", \"egressIntfIp\": "
         "\"%s\", \"egressIfIndex\": %u",
-        jsonString(k.ingressIntf().str()).c_str(), k.srcIpAddr().str().c_str(), unsigned{k.srcPort()},
-        k.dstIpAddr().str().c_str(), unsigned{k.ttl()}, unsigned{k.ipType().value()},
-        unsigned{k.tag().value()}, k.srcEthAddr().str().c_str(), k.dstEthAddr().str().c_str(),
-        k.egressIntfIp().str().c_str(), k.egressIfIndex());
+        jsonString(k.ingressIntf().str()).c_str(), k.srcIpAddr().str().c_str(),
+        unsigned{k.srcPort()}, k.dstIpAddr().str().c_str(), unsigned{k.ttl()},
+        unsigned{k.ipType().value()}, unsigned{k.tag().value()}, k.srcEthAddr().str().c_str(),
+        k.dstEthAddr().str().c_str(), k.egressIntfIp().str().c_str(), k.egressIfIndex());
 }
 
 std::string epochJson(const Sondar::Epoch& e) {
@@ -58,7 +59,8 @@ std::string jsonString(const std::string& text) {
     return out + "\"";
 }
 
-void generateReport(std::ostream& out, const GenerateResult& r, const std::string& path, bool json) {
+void generateReport(std::ostream& out, const GenerateResult& r, const std::string& path,
+                    bool json) {
     if (json) {
         out << "{\"file\": " << jsonString(path) << ", \"framesWritten\": " << r.framesWritten
             << ", \"streams\": [";
@@ -68,22 +70,25 @@ void generateReport(std::ostream& out, const GenerateResult& r, const std::strin
                 << ", \"dropped\": " << s.dropped << ", \"duplicated\": " << s.duplicated
                 << ", \"reordered\": " << s.reordered << ", \"epochs\": " << s.epochs
                 << ", \"expected\": {\"received\": " << s.received << ", \"lost\": " << s.lost
-                << ", \"misordered\": " << s.misordered << ", \"duplicated\": " << s.expectDuplicated
+                << ", \"misordered\": " << s.misordered
+                << ", \"duplicated\": " << s.expectDuplicated
                 << ", \"epoch\": " << epochJson(s.currentEpoch) << "}}";
             sep = ",";
         }
         out << "\n]}\n";
         return;
     }
-    out << Rix::format("wrote %llu frames to %s\n\n", static_cast<ULL>(r.framesWritten), path.c_str());
+    out << Rix::format("wrote %llu frames to %s\n\n", static_cast<ULL>(r.framesWritten),
+                       path.c_str());
     out << Rix::format("%-70s %9s %8s %8s %8s %6s | %9s %8s %8s %8s\n", "stream", "sent", "dropped",
                        "dup", "reorder", "epochs", "received", "lost", "misord", "dup");
     for (const StreamTruth& s : r.streams) {
         out << Rix::format("%-70s %9llu %8llu %8llu %8llu %6u | %9llu %8llu %8llu %8llu\n",
-                           streamText(s.key).c_str(), static_cast<ULL>(s.sent), static_cast<ULL>(s.dropped),
-                           static_cast<ULL>(s.duplicated), static_cast<ULL>(s.reordered), s.epochs,
-                           static_cast<ULL>(s.received), static_cast<ULL>(s.lost),
-                           static_cast<ULL>(s.misordered), static_cast<ULL>(s.expectDuplicated));
+                           streamText(s.key).c_str(), static_cast<ULL>(s.sent),
+                           static_cast<ULL>(s.dropped), static_cast<ULL>(s.duplicated),
+                           static_cast<ULL>(s.reordered), s.epochs, static_cast<ULL>(s.received),
+                           static_cast<ULL>(s.lost), static_cast<ULL>(s.misordered),
+                           static_cast<ULL>(s.expectDuplicated));
     }
     out << "(left: what the transmitters did; right: what a receiver must count)\n";
 }
@@ -123,22 +128,24 @@ void analyzeReport(std::ostream& out, const Analyzer& a, const std::string& path
     out << Rix::format(
         "%s: %llu frames, %llu probes, %llu not probes, %llu truncated, %llu malformed\n"
         "bad checksums: %llu IPv4, %llu UDP/TCP, %llu probe header; %llu bad epochs\n\n",
-        path.c_str(), static_cast<ULL>(t.frames), static_cast<ULL>(t.probes), static_cast<ULL>(t.notProbes),
-        static_cast<ULL>(t.truncated), static_cast<ULL>(t.malformed), static_cast<ULL>(t.badIpChecksum),
-        static_cast<ULL>(t.badTransportChecksum), static_cast<ULL>(t.badProbeChecksum),
-        static_cast<ULL>(t.badEpoch));
+        path.c_str(), static_cast<ULL>(t.frames), static_cast<ULL>(t.probes),
+        static_cast<ULL>(t.notProbes), static_cast<ULL>(t.truncated), static_cast<ULL>(t.malformed),
+        static_cast<ULL>(t.badIpChecksum), static_cast<ULL>(t.badTransportChecksum),
+        static_cast<ULL>(t.badProbeChecksum), static_cast<ULL>(t.badEpoch));
     out << Rix::format("%-70s %9s %8s %8s %8s  %s\n", "stream", "received", "lost", "misord", "dup",
                        "epoch");
     for (const StreamCount* s : streams) {
         const Sondar::Counter& c = s->counter;
         out << Rix::format("%-70s %9llu %8llu %8llu %8llu  %s\n", streamText(s->key).c_str(),
                            static_cast<ULL>(s->received), static_cast<ULL>(c.probesLost()),
-                           static_cast<ULL>(c.probesMisordered()), static_cast<ULL>(c.probesDuplicated()),
+                           static_cast<ULL>(c.probesMisordered()),
+                           static_cast<ULL>(c.probesDuplicated()),
                            epochText(c.currentEpochSession().epoch()).c_str());
     }
-    out << Rix::format("%-70s %9llu %8llu %8llu %8llu\n", Rix::format("total (%zu streams)", streams.size()).c_str(),
-                       static_cast<ULL>(received), static_cast<ULL>(lost), static_cast<ULL>(misordered),
-                       static_cast<ULL>(duplicated));
+    out << Rix::format("%-70s %9llu %8llu %8llu %8llu\n",
+                       Rix::format("total (%zu streams)", streams.size()).c_str(),
+                       static_cast<ULL>(received), static_cast<ULL>(lost),
+                       static_cast<ULL>(misordered), static_cast<ULL>(duplicated));
 }
 
 std::vector<std::string> truthMismatches(const GenerateResult& truth, const Analyzer& a) {
