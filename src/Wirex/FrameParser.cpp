@@ -4,21 +4,36 @@ namespace Wirex {
 
 const char* frameStatusName(FrameStatus s) noexcept {
     switch (s) {
-        case FrameStatus::ok: return "ok";
-        case FrameStatus::truncatedEthernet: return "truncated Ethernet header";
-        case FrameStatus::truncatedVlanTag: return "truncated 802.1Q tag";
-        case FrameStatus::notIpv4: return "not IPv4";
-        case FrameStatus::truncatedIpHeader: return "truncated IPv4 header";
-        case FrameStatus::badIpVersion: return "bad IP version";
-        case FrameStatus::badIpHeaderLength: return "bad IPv4 header length";
-        case FrameStatus::badIpTotalLength: return "bad IPv4 total length";
-        case FrameStatus::truncatedIpPacket: return "frame shorter than its IPv4 total length";
-        case FrameStatus::ipFragment: return "IPv4 fragment";
-        case FrameStatus::notUdpOrTcp: return "neither UDP nor TCP";
-        case FrameStatus::truncatedUdp: return "truncated UDP header";
-        case FrameStatus::badUdpLength: return "bad UDP length";
-        case FrameStatus::truncatedTcp: return "truncated TCP header";
-        case FrameStatus::badTcpDataOffset: return "bad TCP data offset";
+        case FrameStatus::ok:
+            return "ok";
+        case FrameStatus::truncatedEthernet:
+            return "truncated Ethernet header";
+        case FrameStatus::truncatedVlanTag:
+            return "truncated 802.1Q tag";
+        case FrameStatus::notIpv4:
+            return "not IPv4";
+        case FrameStatus::truncatedIpHeader:
+            return "truncated IPv4 header";
+        case FrameStatus::badIpVersion:
+            return "bad IP version";
+        case FrameStatus::badIpHeaderLength:
+            return "bad IPv4 header length";
+        case FrameStatus::badIpTotalLength:
+            return "bad IPv4 total length";
+        case FrameStatus::truncatedIpPacket:
+            return "frame shorter than its IPv4 total length";
+        case FrameStatus::ipFragment:
+            return "IPv4 fragment";
+        case FrameStatus::notUdpOrTcp:
+            return "neither UDP nor TCP";
+        case FrameStatus::truncatedUdp:
+            return "truncated UDP header";
+        case FrameStatus::badUdpLength:
+            return "bad UDP length";
+        case FrameStatus::truncatedTcp:
+            return "truncated TCP header";
+        case FrameStatus::badTcpDataOffset:
+            return "bad TCP data offset";
     }
     return "unknown frame status";
 }

@@ -35,10 +35,10 @@ struct ParsedFrame {
     const IpHdr* ip = nullptr;
     const UdpHdr* udp = nullptr;
     const TcpHdr* tcp = nullptr;
-    U32 ipOffset = 0;        // offsets from the frame's first byte
+    U32 ipOffset = 0;  // offsets from the frame's first byte
     U32 transportOffset = 0;
-    U32 payloadOffset = 0;   // the transport payload: behind the UDP or TCP header,
-    U32 payloadLength = 0;   // bounded by the IP and UDP lengths (Ethernet padding excluded)
+    U32 payloadOffset = 0;  // the transport payload: behind the UDP or TCP header,
+    U32 payloadLength = 0;  // bounded by the IP and UDP lengths (Ethernet padding excluded)
 
     bool ok() const noexcept { return status == FrameStatus::ok; }
     // The VLAN id of the tag, 0 when untagged.

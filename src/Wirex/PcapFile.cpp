@@ -25,7 +25,9 @@ void putLe16(U8* p, U16 v) {
     p[1] = static_cast<U8>(v >> 8);
 }
 
-U32 getLe32(const U8* p) { return U32{p[0]} | (U32{p[1]} << 8) | (U32{p[2]} << 16) | (U32{p[3]} << 24); }
+U32 getLe32(const U8* p) {
+    return U32{p[0]} | (U32{p[1]} << 8) | (U32{p[2]} << 16) | (U32{p[3]} << 24);
+}
 
 }  // namespace
 
@@ -87,7 +89,8 @@ bool PcapWriter::frameWrite(const U8* data, U32 length, U64 seconds, U32 usecond
     return true;
 }
 
-PcapReader::PcapReader(const std::string& path, IntfId ingressIntf) : path_(path), intf_(ingressIntf) {
+PcapReader::PcapReader(const std::string& path, IntfId ingressIntf)
+    : path_(path), intf_(ingressIntf) {
     file_ = std::fopen(path.c_str(), "rb");
     if (!file_) {
         throw Rix::RuntimeException(
@@ -150,7 +153,8 @@ bool PcapReader::nextFrame(Frame& frame) {
     }
     if (n < sizeof h) {
         bad(Rix::format("truncated record header at offset %llu (record %llu)",
-                        static_cast<unsigned long long>(offset_), static_cast<unsigned long long>(frames_ + 1)));
+                        static_cast<unsigned long long>(offset_),
+                        static_cast<unsigned long long>(frames_ + 1)));
     }
     const U32 captured = field(h + 8);
     const U32 wire = field(h + 12);

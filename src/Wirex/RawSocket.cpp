@@ -121,7 +121,8 @@ bool RawSocketSource::nextFrame(Frame& frame) {
     for (;;) {
         int wait = timeoutMs_;
         if (timeoutMs_ >= 0) {
-            const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now());
+            const auto left =
+                std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now());
             wait = left.count() > 0 ? static_cast<int>(left.count()) : 0;
         }
         pollfd p{fd_, POLLIN, 0};
@@ -158,7 +159,8 @@ bool RawSocketSource::nextFrame(Frame& frame) {
             tpacket_auxdata aux;
             std::memcpy(&aux, CMSG_DATA(c), sizeof aux);
             if ((aux.tp_status & TP_STATUS_VLAN_VALID) && length >= 12) {
-                const U16 tpid = (aux.tp_status & TP_STATUS_VLAN_TPID_VALID) ? aux.tp_vlan_tpid : 0x8100;
+                const U16 tpid =
+                    (aux.tp_status & TP_STATUS_VLAN_TPID_VALID) ? aux.tp_vlan_tpid : 0x8100;
                 std::memmove(data - 4, data, 12);
                 data -= 4;
                 data[12] = static_cast<U8>(tpid >> 8);

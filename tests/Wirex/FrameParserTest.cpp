@@ -1,14 +1,13 @@
 // The frame parser on good frames, on every truncation of them and on headers whose lengths lie.
 // Each frame is parsed from a heap copy of exactly its length, so that the sanitizer build catches
 // any read past the end.
-#include "Wirex/FrameParser.h"
-
 #include <gtest/gtest.h>
 
 #include <functional>
 #include <memory>
 
 #include "TestFrames.h"
+#include "Wirex/FrameParser.h"
 #include "Wirex/FrameSource.h"
 
 namespace {
@@ -82,20 +81,23 @@ TEST(FrameParser, LyingLengthsAndForeignHeaders) {
         {"ARP", false, [](auto& b) { b[12] = 0x08, b[13] = 0x06; }, FrameStatus::notIpv4},
         {"IPv6 version", false, [](auto& b) { b[14] = 0x65; }, FrameStatus::badIpVersion},
         {"IHL 4", false, [](auto& b) { b[14] = 0x44; }, FrameStatus::badIpHeaderLength},
-        {"IHL 15 beyond frame", false,
-         [](auto& b) { b[14] = 0x4f, b.resize(14 + 40); }, FrameStatus::truncatedIpHeader},
-        {"total length 19", false, [](auto& b) { b[16] = 0, b[17] = 19; }, FrameStatus::badIpTotalLength},
+        {"IHL 15 beyond frame", false, [](auto& b) { b[14] = 0x4f, b.resize(14 + 40); },
+         FrameStatus::truncatedIpHeader},
+        {"total length 19", false, [](auto& b) { b[16] = 0, b[17] = 19; },
+         FrameStatus::badIpTotalLength},
         {"total length beyond frame", false, [](auto& b) { b[16] = 0x05, b[17] = 0xdc; },
          FrameStatus::truncatedIpPacket},
         {"more fragments", false, [](auto& b) { b[20] = 0x20; }, FrameStatus::ipFragment},
         {"fragment offset", false, [](auto& b) { b[21] = 0x01; }, FrameStatus::ipFragment},
         {"ICMP", false, [](auto& b) { b[23] = 1; }, FrameStatus::notUdpOrTcp},
         {"UDP length 7", false, [](auto& b) { b[38] = 0, b[39] = 7; }, FrameStatus::badUdpLength},
-        {"UDP length beyond IP", false, [](auto& b) { b[38] = 0, b[39] = 57; }, FrameStatus::badUdpLength},
+        {"UDP length beyond IP", false, [](auto& b) { b[38] = 0, b[39] = 57; },
+         FrameStatus::badUdpLength},
         {"IP payload below UDP header", false, [](auto& b) { b[16] = 0, b[17] = 27; },
          FrameStatus::truncatedUdp},
         {"TCP offset 4", true, [](auto& b) { b[46] = 0x40; }, FrameStatus::badTcpDataOffset},
-        {"TCP offset beyond IP", true, [](auto& b) { b[46] = 0xf0, b[16] = 0, b[17] = 60; }, FrameStatus::truncatedTcp},
+        {"TCP offset beyond IP", true, [](auto& b) { b[46] = 0xf0, b[16] = 0, b[17] = 60; },
+         FrameStatus::truncatedTcp},
         {"IP payload below TCP header", true, [](auto& b) { b[16] = 0, b[17] = 39; },
          FrameStatus::truncatedTcp},
     };

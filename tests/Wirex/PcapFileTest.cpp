@@ -1,7 +1,5 @@
 // Pcap files: what the writer writes tshark decodes with every checksum verified, the reader
 // gives back the same frames, and bad files are refused with a message naming the file.
-#include "Wirex/PcapFile.h"
-
 #include <gtest/gtest.h>
 
 #include <fstream>
@@ -10,6 +8,7 @@
 #include "TestFrames.h"
 #include "TestTools.h"
 #include "Wirex/FrameParser.h"
+#include "Wirex/PcapFile.h"
 
 namespace {
 
@@ -23,8 +22,12 @@ std::vector<FrameSpec> specs() {
     for (bool tcp : {false, true}) {
         for (U16 vlan : {U16(0), U16(100)}) {
             for (U16 payload : {U16(48), U16(49), U16(0), U16(1200)}) {
-                v.push_back({.tcp = tcp, .vlan = vlan, .payload = payload, .seed = ++seed,
-                             .srcPort = 40000, .dstPort = 40001});
+                v.push_back({.tcp = tcp,
+                             .vlan = vlan,
+                             .payload = payload,
+                             .seed = ++seed,
+                             .srcPort = 40000,
+                             .dstPort = 40001});
             }
         }
     }
@@ -32,8 +35,9 @@ std::vector<FrameSpec> specs() {
 }
 
 void writeFile(const std::string& path, const std::vector<U8>& bytes) {
-    std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(bytes.data()),
-                                                static_cast<std::streamsize>(bytes.size()));
+    std::ofstream(path, std::ios::binary)
+        .write(reinterpret_cast<const char*>(bytes.data()),
+               static_cast<std::streamsize>(bytes.size()));
 }
 
 std::vector<U8> readFile(const std::string& path) {
@@ -68,8 +72,8 @@ TEST(PcapFile, TsharkDecodesWrittenFramesWithGoodChecksums) {
         ASSERT_LT(i, all.size()) << out;
         const FrameSpec& s = all[i++];
         std::ostringstream expected;
-        expected << i << ";" << (s.vlan ? std::to_string(s.vlan) : "") << ";1;" << (s.tcp ? "" : "1")
-                 << ";" << (s.tcp ? "1" : "") << ";";
+        expected << i << ";" << (s.vlan ? std::to_string(s.vlan) : "") << ";1;"
+                 << (s.tcp ? "" : "1") << ";" << (s.tcp ? "1" : "") << ";";
         EXPECT_EQ(line.substr(0, expected.str().size()), expected.str()) << line;
         EXPECT_EQ(line.find("_ws.malformed"), std::string::npos) << line;
     }
@@ -170,10 +174,10 @@ TEST(PcapFile, BadFilesAreRefusedNamingTheFile) {
 TEST(PcapFile, ReadsBigEndianAndNanosecondFiles) {
     WirexTest::ScratchDir dir;
     // a big-endian nanosecond file with one 14-byte frame, laid out by hand
-    const std::vector<U8> be = {0xa1, 0xb2, 0x3c, 0x4d, 0, 2, 0, 4, 0, 0, 0, 0, 0, 0, 0, 0,
-                                0, 0, 0xff, 0xff, 0, 0, 0, 1,
-                                0, 0, 0, 9, 0x3b, 0x9a, 0xc9, 0xff, 0, 0, 0, 14, 0, 0, 0, 60,
-                                1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 0x08, 0x06};
+    const std::vector<U8> be = {0xa1, 0xb2, 0x3c, 0x4d, 0,    2,    0, 4,  0,  0,  0,    0,   0, 0,
+                                0,    0,    0,    0,    0xff, 0xff, 0, 0,  0,  1,  0,    0,   0, 9,
+                                0x3b, 0x9a, 0xc9, 0xff, 0,    0,    0, 14, 0,  0,  0,    60,  1, 2,
+                                3,    4,    5,    6,    7,    8,    9, 10, 11, 12, 0x08, 0x06};
     const std::string path = dir.file("be.pcap");
     writeFile(path, be);
     Rix::Ptr<PcapReader> r(new PcapReader(path));

@@ -1,18 +1,16 @@
 // AF_PACKET transmitter and receiver over a veth pair inside a private network namespace that
 // the test creates and removes, so no frame reaches a real network.
-#include "Wirex/RawSocket.h"
-
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <sched.h>
 #include <unistd.h>
-
-#include <gtest/gtest.h>
 
 #include <thread>
 
 #include "TestFrames.h"
 #include "TestTools.h"
 #include "Wirex/FrameParser.h"
+#include "Wirex/RawSocket.h"
 
 namespace {
 
@@ -85,8 +83,11 @@ TEST(RawSocket, FramesCrossAVethPairWithTheirIngressInterface) {
             U32 seed = 0;
             for (U16 vlan : {U16(0), U16(100)}) {
                 for (bool tcp : {false, true}) {
-                    Rix::Ptr<Pkt> p = WirexTest::buildFrame({.tcp = tcp, .vlan = vlan, .payload = 48,
-                                                             .seed = ++seed, .srcPort = 40000});
+                    Rix::Ptr<Pkt> p = WirexTest::buildFrame({.tcp = tcp,
+                                                             .vlan = vlan,
+                                                             .payload = 48,
+                                                             .seed = ++seed,
+                                                             .srcPort = 40000});
                     sent.emplace_back(p->data(), p->data() + p->bytes());
                     tx->send(p);
                 }
