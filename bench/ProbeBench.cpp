@@ -2,8 +2,8 @@
 // date, against the same update done by a plain full recomputation of all checksums.
 #include <benchmark/benchmark.h>
 
+#include <cstdio>
 #include <cstring>
-#include <string>
 
 #include "BenchGoals.h"
 #include "Sondar/probe/ProbePacket.h"
@@ -77,16 +77,16 @@ BENCHMARK(BM_PlainRecompute)->DenseRange(0, 3);
 
 int main(int argc, char** argv) {
     return Bench::run(argc, argv, [](Bench::Results& r) {
-        const char* names[] = {"90-byte UDP", "94-byte tagged UDP", "102-byte TCP",
-                               "106-byte tagged TCP"};
+        const char* shapes[] = {"90-byte UDP", "94-byte tagged UDP", "102-byte TCP",
+                                "106-byte tagged TCP"};
         for (int i = 0; i < 4; ++i) {
-            const std::string arg = "/" + std::to_string(i);
-            r.ratioAtLeast(std::string("send path vs plain recomputation, ") + names[i],
-                           "BM_PlainRecompute" + arg, "BM_IncrementSequenceNumber" + arg, 5.0);
-        }
-        for (int i = 0; i < 4; ++i) {
-            r.timeAtMost(std::string("send path per probe, ") + names[i],
-                         "BM_IncrementSequenceNumber/" + std::to_string(i), 9.0);
+            char what[96], plain[48], fast[48];
+            std::snprintf(what, sizeof what, "send path vs plain recomputation, %s", shapes[i]);
+            std::snprintf(plain, sizeof plain, "BM_PlainRecompute/%d", i);
+            std::snprintf(fast, sizeof fast, "BM_IncrementSequenceNumber/%d", i);
+            r.ratioAtLeast(what, plain, fast, 5.0);
+            std::snprintf(what, sizeof what, "send path per probe, %s", shapes[i]);
+            r.timeAtMost(what, fast, 9.0);
         }
     });
 }

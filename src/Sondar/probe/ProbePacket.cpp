@@ -7,21 +7,6 @@
 
 namespace Sondar {
 
-namespace {
-
-// Folds a sum of 16- and 32-bit pieces to the 16-bit ones'-complement sum. Since 2^16 and 2^32
-// are both 1 modulo 0xffff, any positive total folds to the value in 1..0xffff that a word-by-word
-// RFC 1071 sum of the same bytes gives.
-inline U16 onesComplementFold(U64 sum) noexcept {
-    sum = (sum & 0xffffffffu) + (sum >> 32);
-    sum = (sum & 0xffffu) + (sum >> 16);
-    sum = (sum & 0xffffu) + (sum >> 16);
-    sum = (sum & 0xffffu) + (sum >> 16);
-    return static_cast<U16>(sum);
-}
-
-}  // namespace
-
 ProbePacket::ProbePacket(const Wirex::EthAddr& srcMac, const Wirex::EthAddr& dstMac,
                          Bridging::VlanIdOrNone vlanTagOrNone, Wirex::IpTtl ttl,
                          Wirex::IpAddr srcIp, Wirex::IpAddr dstIp, Wirex::IpProto ipProtocol,
@@ -84,7 +69,27 @@ void ProbePacket::handleProbeInitialized(U32 epochSeconds, U32 epochUSeconds,
 bool ProbePacket::doIncrementSequenceNumber() {
     TorkProbeHdr* const hdr = torkHdr_;
     const U64 seq = hdr->sequenceNumberImpl().value();
-    if (seq == ~U64{0}) [[unlikely]] {
+    if (seq == ~U64{0} || sondarTrace.enabled(8)) [[unlikely]] {
+        return incrementWithRecomputation(seq);
+    }
+    // Only the sequence number and the probe-header checksum change. A 64-bit number is congruent
+    // to the sum of its four 16-bit words modulo 0xffff (2^16 is 1 there), so adding one to it
+    // adds one to the ones'-complement sum of the header: the complemented checksum goes down by
+    // one, 0 going to 0xfffe since a sum of bytes that are not all zero never folds to 0. This is
+    // RFC 1624's incremental update solved for m' = m + 1; it gives the very value a full
+    // recomputation gives. The transport checksum covers the probe header together with its
+    // checksum, whose ones'-complement sum is always 0xffff, so it does not change; neither do
+    // the lengths and the IPv4 header.
+    hdr->sequenceNumberImplIs(Wirex::NetU64(seq + 1));
+    const U16 checksum = hdr->checksumImpl().value();
+    hdr->checksumImplIs(Wirex::IpChecksum(checksum == 0 ? U16{0xfffe} : U16(checksum - 1)));
+    return false;
+}
+
+bool ProbePacket::incrementWithRecomputation(U64 seq) {
+    TorkProbeHdr* const hdr = torkHdr_;
+    bool wrapped = false;
+    if (seq == ~U64{0}) {
         const Rix::WallClockTime now = Rix::wallClock();
         // Checked before anything is written, so a bad reading leaves the packet as it was.
         const Epoch epoch(static_cast<U32>(now.seconds),
@@ -92,27 +97,12 @@ bool ProbePacket::doIncrementSequenceNumber() {
         hdr->epochSecondsImplIs(Wirex::NetU32(epoch.seconds()));
         hdr->epochUSecondsImplIs(Wirex::NetU32(epoch.useconds()));
         hdr->sequenceNumberImplIs(Wirex::NetU64(1));
-        doComputePktChecksums();
-        return true;
+        wrapped = true;
+    } else {
+        hdr->sequenceNumberImplIs(Wirex::NetU64(seq + 1));
     }
-    const U64 next = seq + 1;
-    if (sondarTrace.enabled(8)) [[unlikely]] {
-        // The full recomputation traces its signature; keep that visible when the level is on.
-        hdr->sequenceNumberImplIs(Wirex::NetU64(next));
-        doComputePktChecksums();
-        return false;
-    }
-    // Only the sequence number and the probe-header checksum change. The probe-header checksum is
-    // updated incrementally (RFC 1624: HC' = ~(~HC + ~m + m')); the sum stays positive, so the
-    // result is the very value a full recomputation gives. The transport checksum covers the
-    // probe header together with its checksum, whose ones'-complement sum is always 0xffff, so it
-    // does not change; neither do the lengths or the IPv4 header.
-    const U16 oldChecksum = hdr->checksumImpl().value();
-    const U64 sum = U64{static_cast<U16>(~oldChecksum)} + U64{static_cast<U32>(~(seq >> 32))} +
-                    U64{static_cast<U32>(~seq)} + (next >> 32) + U64{static_cast<U32>(next)};
-    hdr->sequenceNumberImplIs(Wirex::NetU64(next));
-    hdr->checksumImplIs(Wirex::IpChecksum(static_cast<U16>(~onesComplementFold(sum))));
-    return false;
+    doComputePktChecksums();
+    return wrapped;
 }
 
 void ProbePacket::doUpdateInterval(U32 newInterval) {

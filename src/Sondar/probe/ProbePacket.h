@@ -36,6 +36,10 @@ class ProbePacket : public TorkPacket {
     void doUpdateInterval(U32 newInterval);
 
   private:
+    // The wrap to a new epoch, and every increment while level 8 traces: the plain way, with all
+    // checksums recomputed.
+    bool incrementWithRecomputation(U64 seq);
+
     TorkProbeHdr* torkHdr_ = nullptr;
 };
 

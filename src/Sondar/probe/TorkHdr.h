@@ -5,6 +5,7 @@
 // written only through the packet library's network-order types.
 #include <cstddef>
 #include <ostream>
+#include <string_view>
 
 #include "Rix/Types.h"
 #include "Sondar/probe/TorkMessageType.h"
@@ -14,6 +15,8 @@
 namespace Sondar {
 
 struct __attribute__((packed)) TorkHdr {
+    static constexpr std::string_view typeName = "Sondar::TorkHdr";
+
     // Every byte zero.
     TorkHdr() = default;
 
@@ -57,6 +60,8 @@ struct __attribute__((packed)) TorkHdr {
 };
 
 struct __attribute__((packed)) TorkProbeHdr : TorkHdr {
+    static constexpr std::string_view typeName = "Sondar::TorkProbeHdr";
+
     TorkProbeHdr() = default;
 
     Wirex::IpAddr originIntfIp() const noexcept { return originIntfIp_; }

@@ -19,6 +19,8 @@ enum TorkMessageType : U8 {
     torkLastProbe = 2,
 };
 
+inline constexpr std::string_view torkMessageTypeTypeName = "Sondar::TorkMessageType";
+
 // "torkUnknownType", "torkProbe", "torkLastProbe"; any other value gives "TorkMessageType(n)".
 Rix::String8 stringValue(TorkMessageType t);
 // Throw Rix::RangeException "TorkMessageType" for anything but 0, 1, 2 or their names.

@@ -1,6 +1,8 @@
 #pragma once
 // Lays a probe header over a packet at a byte offset, for a receiver reading a probe or a test
 // inspecting one, and gives the egress VLAN tag control's sub-fields.
+#include <string_view>
+
 #include "Rix/Ptr.h"
 #include "Rix/Types.h"
 #include "Sondar/probe/TorkHdr.h"
@@ -10,6 +12,8 @@ namespace Sondar {
 
 class TorkProbeHdrWrapper : public Rix::PtrInterface {
   public:
+    static constexpr std::string_view typeName = "Sondar::TorkProbeHdrWrapper";
+
     // The whole header must lie in the packet's contiguous front bytes; anything else stops the
     // process: the caller checks a received frame's length before wrapping it.
     TorkProbeHdrWrapper(const Rix::Ptr<Wirex::Pkt>& pkt, U32 offset);
