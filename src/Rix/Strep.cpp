@@ -102,7 +102,7 @@ double sequenceToValue(StrepPos& pos, const StrepPos& end, double*) {
         return negative ? -HUGE_VAL : HUGE_VAL;
     }
     const char* first = pos.raw();
-    if (*pos == '+') ++first;
+    if (pos != end && *pos == '+') ++first;
     double v = 0;
     auto [stop, ec] = std::from_chars(first, end.raw(), v);
     if (ec == std::errc::invalid_argument || stop == first) expected("a number", pos, end);
@@ -165,14 +165,18 @@ S64 parseSigned(StrepPos& pos, const StrepPos& end, S64 min, S64 max, const char
     StrepPos p = pos;
     const bool negative = p != end && *p == '-';
     if (negative) ++p;
-    StrepPos digits = p;
+    // the sign belongs to the digits: "- 1" is not a number
+    if (p == end || *p < '0' || *p > '9') expected(typeName, pos, end);
     const U64 limit = negative ? static_cast<U64>(-(min + 1)) + 1 : static_cast<U64>(max);
     U64 magnitude = 0;
+    StrepPos digits = p;
     try {
         magnitude = parseUnsigned(digits, end, limit, typeName);
     } catch (const RangeException&) {
-        if (digits == p) expected(typeName, pos, end);
-        throw;
+        while (digits != end && *digits >= '0' && *digits <= '9') ++digits;
+        throw RangeException(format("%s out of range (%lld to %lld): '%s'", typeName,
+                                    static_cast<long long>(min), static_cast<long long>(max),
+                                    std::string(pos.raw(), digits.raw()).c_str()));
     }
     pos = digits;
     if (negative) return magnitude == 0 ? 0 : -static_cast<S64>(magnitude - 1) - 1;

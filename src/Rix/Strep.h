@@ -89,7 +89,7 @@ T strepToValue(const String8& text, T* = nullptr) {
     T v = sequenceToValue<T>(pos, end);
     StrepPos rest = pos;
     skipSpace(rest, end);
-    if (rest != end) throwJunk(static_cast<long long>(pos - text.begin()), text);
+    if (rest != end) throwJunk(static_cast<long long>(rest - text.begin()), text);
     return v;
 }
 

@@ -87,6 +87,13 @@ TraceModule::TraceModule(const char* name) : name_(name) {
     r.modules.push_back(this);
 }
 
+// A module that goes away (a library unloaded, a test's local module) must not stay registered.
+TraceModule::~TraceModule() {
+    Registry& r = registry();
+    std::lock_guard<std::mutex> lock(r.mutex);
+    std::erase(r.modules, this);
+}
+
 void TraceModule::levelIs(unsigned level, bool on) noexcept {
     if (level > 9) return;
     U16 m = mask_.load(std::memory_order_relaxed);

@@ -18,6 +18,7 @@ class TraceModule {
   public:
     // Modules are static objects; each registers itself and picks up SONDAR_TRACE.
     explicit TraceModule(const char* name);
+    ~TraceModule();
     TraceModule(const TraceModule&) = delete;
     TraceModule& operator=(const TraceModule&) = delete;
 

@@ -48,3 +48,25 @@ TEST(EpochTest, Forms) {
 
 }  // namespace
 }  // namespace Sondar
+
+namespace Sondar {
+namespace {
+
+TEST(EpochTest, ParseErrorsNameWhatWasWrong) {
+    auto message = [](const char* text) {
+        try {
+            Rix::strepToValue<Epoch>(text);
+        } catch (const Rix::RangeException& e) {
+            return std::string(e.what());
+        }
+        return std::string("no exception");
+    };
+    EXPECT_EQ(message("Value('Sondar::Epoch', ** {'seconds': 5, 'nanos': 1})"), "Epoch has no such attribute: nanos");
+    EXPECT_EQ(message("Value('Sondar::Epoch', ** {"), "premature end of value type Epoch");
+    const char* junk = "Value('Sondar::Epoch', ** {'seconds': 5, 'useconds': 0})x";
+    EXPECT_EQ(message(junk), std::string("junk at column 56 deserializing ") + junk);
+    EXPECT_EQ(message("Value('Sondar::Epoch', ** {'seconds': -1})").find("expected unsigned integer"), 0u);
+}
+
+}  // namespace
+}  // namespace Sondar

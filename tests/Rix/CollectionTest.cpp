@@ -1,0 +1,115 @@
+// HashMap and RbTreeMap under custom functors, checked against a plain reference model.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <map>
+#include <random>
+#include <set>
+#include <string>
+
+#include "Rix/HashMap.h"
+#include "Rix/RbTreeMap.h"
+#include "Rix/Types.h"
+
+namespace {
+
+// A key with its own hash() and a priority ordering that is not its field order.
+struct Key {
+    U32 a;
+    U32 b;
+    std::size_t hash() const noexcept { return a * 31u + b; }
+    friend bool operator==(const Key&, const Key&) = default;
+};
+struct ByBThenA {
+    bool operator()(const Key& x, const Key& y) const {
+        return x.b != y.b ? x.b > y.b : x.a < y.a;  // b descending, then a ascending
+    }
+};
+
+TEST(HashMapTest, UsesTheKeysOwnHashAndBehavesLikeAMap) {
+    EXPECT_EQ(Rix::DefaultHash<Key>()(Key{2, 3}), 65u);
+
+    Rix::HashMap<Key, std::string> m;
+    EXPECT_TRUE(m.insertOrAssign(Key{1, 2}, "one"));
+    EXPECT_FALSE(m.insertOrAssign(Key{1, 2}, "uno"));
+    EXPECT_EQ(*m.find(Key{1, 2}), "uno");
+    auto [v, inserted] = m.tryEmplace(Key{0, 33}, "collides");  // same hash as {1, 2}
+    EXPECT_TRUE(inserted);
+    EXPECT_EQ(*v, "collides");
+    EXPECT_FALSE(m.tryEmplace(Key{0, 33}, "again").second);
+    EXPECT_EQ(m.size(), 2u);
+    EXPECT_EQ(m.find(Key{2, 1}), nullptr);
+    EXPECT_TRUE(m.erase(Key{1, 2}));
+    EXPECT_FALSE(m.erase(Key{1, 2}));
+    EXPECT_EQ(*m.find(Key{0, 33}), "collides");
+}
+
+TEST(HashMapTest, IterationVisitsEveryElementOnceAndFollowsTheHashNotTheKey) {
+    // two maps holding the same keys inserted in opposite orders iterate alike: the order is a
+    // function of the hashes and the bucket count only
+    Rix::HashMap<U32, U32> up, down;
+    up.reserve(64);
+    down.reserve(64);
+    for (U32 i = 0; i < 40; ++i) up[i * 7919] = i;
+    for (U32 i = 40; i-- > 0;) down[i * 7919] = i;
+    std::vector<U32> a, b;
+    for (const auto& [k, v] : up) a.push_back(k);
+    for (const auto& [k, v] : down) b.push_back(k);
+    EXPECT_EQ(std::set<U32>(a.begin(), a.end()).size(), 40u);
+    EXPECT_EQ(a.size(), 40u);
+    std::sort(a.begin(), a.end());
+    std::sort(b.begin(), b.end());
+    EXPECT_EQ(a, b);
+    EXPECT_TRUE(up == down);
+}
+
+TEST(RbTreeMapTest, StartAtAndFindNextMatchAReferenceUnderACustomOrder) {
+    Rix::RbTreeMap<Key, int, ByBThenA> tree;
+    std::vector<Key> keys;
+    std::mt19937 rng(7);
+    for (int i = 0; i < 200; ++i) {
+        Key k{static_cast<U32>(rng() % 10), static_cast<U32>(rng() % 10)};
+        tree.insertOrAssign(k, i);
+        keys.push_back(k);
+    }
+    // the reference: a sorted vector of the distinct keys
+    std::vector<Key> sorted;
+    for (const auto& [k, v] : tree) sorted.push_back(k);
+    ASSERT_TRUE(std::is_sorted(sorted.begin(), sorted.end(), ByBThenA()));
+    for (U32 a = 0; a < 11; ++a) {
+        for (U32 b = 0; b < 11; ++b) {
+            const Key probe{a, b};
+            auto lo = std::find_if(sorted.begin(), sorted.end(),
+                                   [&](const Key& k) { return !ByBThenA()(k, probe); });
+            auto hi = std::find_if(sorted.begin(), sorted.end(),
+                                   [&](const Key& k) { return ByBThenA()(probe, k); });
+            auto s = tree.startAt(probe);
+            auto n = tree.findNext(probe);
+            if (lo == sorted.end())
+                EXPECT_EQ(s, tree.end());
+            else
+                EXPECT_EQ(s->first, *lo);
+            if (hi == sorted.end())
+                EXPECT_EQ(n, tree.end());
+            else
+                EXPECT_EQ(n->first, *hi);
+            EXPECT_EQ(tree.contains(probe), lo != sorted.end() && *lo == probe);
+        }
+    }
+}
+
+TEST(RbTreeMapTest, ResumingAfterARemovedKeyContinuesInOrder) {
+    Rix::RbTreeMap<int, int> tree;
+    for (int i = 0; i < 10; i += 2) tree[i] = i;
+    std::vector<int> seen;
+    int cursor = -1;
+    for (auto it = tree.startAt(0); it != tree.end(); it = tree.findNext(cursor)) {
+        cursor = it->first;
+        seen.push_back(cursor);
+        tree.erase(cursor);  // the walk must survive losing the element it stands on
+    }
+    EXPECT_EQ(seen, (std::vector<int>{0, 2, 4, 6, 8}));
+    EXPECT_TRUE(tree.empty());
+}
+
+}  // namespace
