@@ -164,3 +164,54 @@ T valueNboRead(NboAttrLog::In& in) {
     friend void nboWrite(::Rix::NboAttrLog::Out& rixOut_, const T& rixV_) {                       \
         ::Rix::valueNboWrite(rixOut_, rixV_);                                                     \
     }
+
+// The field list written once, as an X-macro of (type, name, initial value, access), generates the
+// data members (name_), the readers name(), the writers nameIs(v) where access is `rw` (`ro` leaves
+// the writer to be written by hand, for a field with a rule or an operation of its own), and
+// fields(). Together with the type name and RIX_VALUE:
+//
+//   #define SONDAR_EPOCH_SESSION_FIELDS(X) X(Epoch, epoch, {}, rw) X(U64, maxSeqNumRecvd, 0, rw) ...
+//   class EpochSession { RIX_VALUE_TYPE(EpochSession, "Sondar::EpochSession", SONDAR_..._FIELDS) ... };
+#define RIX_FIELD_MEMBER_(type, name, init, access) type name##_ = init;
+#define RIX_FIELD_TUPLE_(type, name, init, access) , std::tuple{::Rix::field(#name, &RixSelf_::name##_)}
+#define RIX_FIELD_GET_(type, name) \
+    const type& name() const noexcept { return name##_; }
+#define RIX_FIELD_SET_rw(type, name) \
+    void name##Is(const type& v) { name##_ = v; }
+#define RIX_FIELD_SET_ro(type, name)
+#define RIX_FIELD_ACCESSORS_(type, name, init, access) \
+    RIX_FIELD_GET_(type, name) RIX_FIELD_SET_##access(type, name)
+
+#define RIX_VALUE_FIELDS(T, LIST)                                      \
+  public:                                                              \
+    LIST(RIX_FIELD_ACCESSORS_)                                         \
+    static constexpr auto fields() {                                   \
+        using RixSelf_ = T;                                            \
+        return std::tuple_cat(std::tuple<>{} LIST(RIX_FIELD_TUPLE_));  \
+    }                                                                  \
+                                                                       \
+  private:                                                             \
+    LIST(RIX_FIELD_MEMBER_)                                            \
+                                                                       \
+  public:
+
+#define RIX_VALUE_TYPE(T, qualifiedName, LIST)                 \
+  public:                                                      \
+    static constexpr std::string_view typeName = qualifiedName; \
+    RIX_VALUE_FIELDS(T, LIST)                                  \
+    RIX_VALUE(T)
+
+namespace Rix {
+
+// An ordering by a fixed priority list of fields: the first listed field that differs decides;
+// when all listed fields are equal, neither value is less.
+template <class T, class... M>
+bool lessByPriority(const T& a, const T& b, M T::*... members) {
+    bool decided = false;
+    bool less = false;
+    ((decided || (a.*members == b.*members) ? void() : (decided = true, less = a.*members < b.*members, void())),
+     ...);
+    return less;
+}
+
+}  // namespace Rix
