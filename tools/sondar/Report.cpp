@@ -80,15 +80,16 @@ void generateReport(std::ostream& out, const GenerateResult& r, const std::strin
     }
     out << Rix::format("wrote %llu frames to %s\n\n", static_cast<ULL>(r.framesWritten),
                        path.c_str());
-    out << Rix::format("%-70s %9s %8s %8s %8s %6s | %9s %8s %8s %8s\n", "stream", "sent", "dropped",
-                       "dup", "reorder", "epochs", "received", "lost", "misord", "dup");
+    out << Rix::format("%-70s %9s %8s %8s %8s %6s | %9s %8s %8s %8s  %s\n", "stream", "sent",
+                       "dropped", "dup", "reorder", "epochs", "received", "lost", "misord", "dup",
+                       "epoch");
     for (const StreamTruth& s : r.streams) {
-        out << Rix::format("%-70s %9llu %8llu %8llu %8llu %6u | %9llu %8llu %8llu %8llu\n",
+        out << Rix::format("%-70s %9llu %8llu %8llu %8llu %6u | %9llu %8llu %8llu %8llu  %s\n",
                            streamText(s.key).c_str(), static_cast<ULL>(s.sent),
                            static_cast<ULL>(s.dropped), static_cast<ULL>(s.duplicated),
                            static_cast<ULL>(s.reordered), s.epochs, static_cast<ULL>(s.received),
                            static_cast<ULL>(s.lost), static_cast<ULL>(s.misordered),
-                           static_cast<ULL>(s.expectDuplicated));
+                           static_cast<ULL>(s.expectDuplicated), epochText(s.currentEpoch).c_str());
     }
     out << "(left: what the transmitters did; right: what a receiver must count)\n";
 }
