@@ -49,11 +49,13 @@ struct Transmitter {
     StreamTruth truth;
     U64 seq = 0;
     // The current epoch as the receiver sees it.
-    U64 epochFirst = 0;
     bool epochAny = false;
     bool anyEarlier = false;
     U64 minSeq = 0, maxSeq = 0, highest = 0, distinct = 0;
-    std::vector<U64> seen;  // one bit per sequence number of the epoch
+    // Copies of a sequence number written so far, by number modulo the size. Both copies of a
+    // probe are written within the reorder depth of its slot, so the ring never wraps onto one
+    // still in flight.
+    std::vector<U8> written;
 };
 
 }  // namespace
@@ -112,7 +114,7 @@ GenerateResult generate(const GenerateOptions& o, const Rix::Ptr<Wirex::Pam>& pa
                 k.ingressIntfIs(o.ingressIntf);
                 tx.heldMax = 2 * (std::size_t{o.reorderDepth} + 1);
                 tx.held.reserve(tx.heldMax);
-                tx.seen.assign(o.count / 64 + 2, 0);
+                tx.written.assign(2 * (std::size_t{o.reorderDepth} + 2), 0);
             }
         }
     }
@@ -135,13 +137,11 @@ GenerateResult generate(const GenerateOptions& o, const Rix::Ptr<Wirex::Pam>& pa
         } else {
             tx.highest = seq;
         }
-        const U64 index = seq - tx.epochFirst;
-        U64& word = tx.seen[index / 64];
-        const U64 bit = U64{1} << (index % 64);
-        if (word & bit) {
+        // A probe is written at most twice: the second copy to arrive, whichever it is, is the
+        // duplicate.
+        if (tx.written[seq % tx.written.size()]++) {
             ++t.expectDuplicated;
         } else {
-            word |= bit;
             ++tx.distinct;
         }
     };
@@ -179,7 +179,6 @@ GenerateResult generate(const GenerateOptions& o, const Rix::Ptr<Wirex::Pam>& pa
         tx.epochAny = false;
         tx.highest = 0;
         tx.distinct = 0;
-        std::fill(tx.seen.begin(), tx.seen.end(), 0);
     };
 
     const U64 startUs = U64{o.epoch.seconds()} * 1000000 + o.epoch.useconds();
@@ -207,7 +206,6 @@ GenerateResult generate(const GenerateOptions& o, const Rix::Ptr<Wirex::Pam>& pa
             if (fresh) {
                 const Sondar::IngressStream& k = tx.truth.key;
                 tx.seq = slot == 0 ? o.firstSeq : 1;
-                tx.epochFirst = tx.seq;
                 tx.probe = nullptr;
                 tx.probe = Sondar::probePacketFactory(
                     srcMac, dstMac, k.tag(), Wirex::IpTtl(k.ttl()), k.srcIpAddr(), k.dstIpAddr(),
@@ -223,6 +221,7 @@ GenerateResult generate(const GenerateOptions& o, const Rix::Ptr<Wirex::Pam>& pa
             }
             StreamTruth& t = tx.truth;
             ++t.sent;
+            tx.written[tx.seq % tx.written.size()] = 0;
             if (random.chance(o.loss)) {
                 ++t.dropped;
             } else {
