@@ -95,8 +95,7 @@ template <ValueType T>
 T valueParse(StrepPos& pos, const StrepPos& end) {
     T v{};
     if constexpr (isBareText<T>()) {
-        // A copy: fields() returns a temporary, which a reference would outlive.
-        const auto fld = std::get<0>(T::fields());
+        const auto fld = std::get<0>(T::fields());  // a copy: fields() returns a temporary
         using M = typename std::remove_cvref_t<decltype(fld)>::Type;
         v.*(fld.member) = sequenceToValue<M>(pos, end);
     } else {

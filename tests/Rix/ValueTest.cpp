@@ -144,3 +144,34 @@ TEST(ValueTest, DefaultOrderingAndNot) {
 }
 
 }  // namespace
+
+namespace Demo {
+
+// A single-value wrapper written as its bare field.
+class Bare {
+  public:
+    static constexpr std::string_view typeName = "Demo::Bare";
+    static constexpr bool bareText = true;
+    static constexpr auto fields() { return std::tuple{Rix::field("value", &Bare::value_)}; }
+    Bare() = default;
+    explicit Bare(U16 v) : value_(v) {}
+    RIX_VALUE(Bare)
+    friend bool operator==(const Bare&, const Bare&) = default;
+
+  private:
+    U16 value_ = 0;
+};
+
+}  // namespace Demo
+
+namespace {
+
+// The parser once held a reference into the temporary field list; the sanitizer build catches
+// that use after scope.
+TEST(ValueTest, BareTextRoundTrips) {
+    EXPECT_EQ(Rix::valueStrep(Demo::Bare(4094)).str(), "4094");
+    EXPECT_EQ(Rix::strepToValue<Demo::Bare>("4094"), Demo::Bare(4094));
+    EXPECT_THROW(Rix::strepToValue<Demo::Bare>("65536"), Rix::RangeException);
+}
+
+}  // namespace
