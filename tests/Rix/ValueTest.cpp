@@ -49,21 +49,6 @@ class Outer {
     U64 count_ = 0;
 };
 
-// A single-value wrapper, written as its number alone.
-class Count {
-  public:
-    static constexpr std::string_view typeName = "Demo::Count";
-    static constexpr bool bareText = true;
-    static constexpr auto fields() { return std::tuple{Rix::field("value", &Count::value_)}; }
-    Count() = default;
-    explicit Count(U16 v) : value_(v) {}
-    RIX_VALUE(Count)
-    friend bool operator==(const Count&, const Count&) = default;
-
-  private:
-    U16 value_ = 0;
-};
-
 }  // namespace Demo
 
 namespace {
@@ -127,13 +112,6 @@ TEST(ValueTest, BinaryFormRoundTripsAndRefusesShortStreams) {
     badBool[8] = 2;
     Rix::NboAttrLog::In badIn(badBool);
     EXPECT_THROW(Outer(&badIn, Rix::StreamBogon{}), Rix::RangeException);
-}
-
-// Under the address sanitizer this also catches a field description read after its tuple died.
-TEST(ValueTest, BareTextWrapperIsItsNumber) {
-    EXPECT_EQ(Rix::valueStrep(Demo::Count(513)).str(), "513");
-    EXPECT_EQ(Rix::strepToValue<Demo::Count>(" 513"), Demo::Count(513));
-    EXPECT_THROW(Rix::strepToValue<Demo::Count>("65536"), Rix::RangeException);
 }
 
 TEST(ValueTest, DefaultOrderingAndNot) {

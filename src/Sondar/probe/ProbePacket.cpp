@@ -66,26 +66,6 @@ void ProbePacket::handleProbeInitialized(U32 epochSeconds, U32 epochUSeconds,
     doComputePktChecksums();
 }
 
-bool ProbePacket::doIncrementSequenceNumber() {
-    TorkProbeHdr* const hdr = torkHdr_;
-    const U64 seq = hdr->sequenceNumberImpl().value();
-    if (seq == ~U64{0} || sondarTrace.enabled(8)) [[unlikely]] {
-        return incrementWithRecomputation(seq);
-    }
-    // Only the sequence number and the probe-header checksum change. A 64-bit number is congruent
-    // to the sum of its four 16-bit words modulo 0xffff (2^16 is 1 there), so adding one to it
-    // adds one to the ones'-complement sum of the header: the complemented checksum goes down by
-    // one, 0 going to 0xfffe since a sum of bytes that are not all zero never folds to 0. This is
-    // RFC 1624's incremental update solved for m' = m + 1; it gives the very value a full
-    // recomputation gives. The transport checksum covers the probe header together with its
-    // checksum, whose ones'-complement sum is always 0xffff, so it does not change; neither do
-    // the lengths and the IPv4 header.
-    hdr->sequenceNumberImplIs(Wirex::NetU64(seq + 1));
-    const U16 checksum = hdr->checksumImpl().value();
-    hdr->checksumImplIs(Wirex::IpChecksum(checksum == 0 ? U16{0xfffe} : U16(checksum - 1)));
-    return false;
-}
-
 bool ProbePacket::incrementWithRecomputation(U64 seq) {
     TorkProbeHdr* const hdr = torkHdr_;
     bool wrapped = false;

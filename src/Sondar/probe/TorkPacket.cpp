@@ -87,8 +87,8 @@ void TorkPacket::handleInitialized(const Wirex::EthAddr& srcMac, const Wirex::Et
     Wirex::TcpHdr* tcpHdr = nullptr;
     Wirex::UdpHdr* udpHdr = nullptr;
     if (tcp) {
-        // A lone SYN with no options, window or acknowledgement: it carries the probe header as
-        // its payload and asks for no connection state anywhere on the path.
+        // A lone SYN, deliberately: no options, and sequence, acknowledgement, window and urgent
+        // pointer all zero as the header constructor leaves them; the probe header is its payload.
         tcpHdr = new (front + pktOffset_) Wirex::TcpHdr(srcPort, dstPort);
         pktOffsetInc(tcpHdrSize);
         tcpHdr->flagsIs(Wirex::TcpHdr::syn);

@@ -110,37 +110,14 @@ TEST(ProbePacketTest, ShapesHaveTheirSizesLengthsAndHeaders) {
         EXPECT_EQ(p->srcPort(), 5000);
         EXPECT_EQ(p->dstPort(), 7000);
 
-        const TorkProbeHdr* t = p->torkHdr();
-        EXPECT_EQ(reinterpret_cast<const U8*>(t), front + s.size - 48);
-        EXPECT_EQ(static_cast<const TorkPacket&>(*p).torkHdr(), t);
-        EXPECT_EQ(t->messageType(), torkProbe);
-        EXPECT_EQ(t->versionImpl().value(), 1);
-        EXPECT_EQ(t->epochSecondsImpl().value(), 1700000000u);
-        EXPECT_EQ(t->epochUSecondsImpl().value(), 123456u);
-        EXPECT_EQ(t->sequenceNumberImpl().value(), 5u);
-        EXPECT_EQ(t->originIntfIp(), kOriginIp);
-        EXPECT_EQ(t->egressIfIndexImpl().value(), 7u);
-        EXPECT_EQ(t->egressSrcMac(), kEgressSrcMac);
-        EXPECT_EQ(t->egressDestMac(), kEgressDstMac);
-        EXPECT_EQ(t->egressTagControl().value(), 0x0064);
-        EXPECT_EQ(t->ttlImpl().value(), 64);
-        EXPECT_EQ(t->intervalImpl().value(), 250000u);
+        // Every field of the probe header is compared byte for byte with scapy's frame in
+        // ProbePcapTest; here only where it lies.
+        EXPECT_EQ(reinterpret_cast<const U8*>(p->torkHdr()), front + s.size - 48);
+        EXPECT_EQ(static_cast<const TorkPacket&>(*p).torkHdr(), p->torkHdr());
         expectChecksumsGood(*p);
     }
     EXPECT_EQ(makeProbe(kShapes[0], 5, 0)->torkHdr()->egressTagControl().value(), 0);
     EXPECT_EQ(TorkPacket::maxSizeOfPacket(), 106u);
-}
-
-TEST(ProbePacketTest, ChecksumsGoStaleUntilRecomputed) {
-    for (const Shape& s : kShapes) {
-        SCOPED_TRACE(s.name);
-        const auto p = makeProbe(s);
-        p->torkHdr()->sequenceNumberImplIs(Wirex::NetU64(99));
-        const U8* d = p->pkt()->frontData();
-        EXPECT_NE(plainChecksum(d + s.size - 48, 48), 0);
-        p->doComputePktChecksums();
-        expectChecksumsGood(*p);
-    }
 }
 
 Rix::WallClockTime gClock{1800000000, 654321};
@@ -156,27 +133,6 @@ class ClockOverride {
   private:
     Rix::WallClockSource previous_;
 };
-
-TEST(ProbePacketTest, IncrementAdvancesAndWrapsUnderANewEpoch) {
-    ClockOverride clock({1800000000, 654321});
-    for (const Shape& s : kShapes) {
-        SCOPED_TRACE(s.name);
-        const auto p = makeProbe(s);
-        EXPECT_FALSE(p->doIncrementSequenceNumber());
-        EXPECT_EQ(p->torkHdr()->sequenceNumberImpl().value(), 6u);
-        EXPECT_EQ(p->torkHdr()->epochSecondsImpl().value(), 1700000000u);
-        expectChecksumsGood(*p);
-
-        const auto w = makeProbe(s, ~U64{0});
-        EXPECT_TRUE(w->doIncrementSequenceNumber());
-        EXPECT_EQ(w->torkHdr()->sequenceNumberImpl().value(), 1u);
-        EXPECT_EQ(w->torkHdr()->epochSecondsImpl().value(), 1800000000u);
-        EXPECT_EQ(w->torkHdr()->epochUSecondsImpl().value(), 654321u);
-        expectChecksumsGood(*w);
-        EXPECT_FALSE(w->doIncrementSequenceNumber());
-        EXPECT_EQ(w->torkHdr()->sequenceNumberImpl().value(), 2u);
-    }
-}
 
 TEST(ProbePacketTest, BadClockReadingLeavesThePacketAlone) {
     for (const U64 us : {U64{1000000}, U64{1} << 32}) {
