@@ -30,7 +30,8 @@ class IntfId {
     std::string str() const { return std::string(name()); }
     std::size_t length() const noexcept { return length_; }
     bool empty() const noexcept { return length_ == 0; }
-    U32 hash() const noexcept { return hashBytes(name_, length_); }
+    // The whole object: the unused bytes are always zero.
+    U32 hash() const noexcept { return hashBytes(this, sizeof(IntfId)); }
 
     // The unused bytes are always zero, so equality may compare the whole object.
     friend bool operator==(const IntfId& a, const IntfId& b) noexcept {

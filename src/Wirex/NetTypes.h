@@ -45,11 +45,24 @@ constexpr T netOrder(T v) noexcept {
 }
 
 // A 32-bit hash of a byte range (FNV-1a), the building block of every type's hash().
+// Eight bytes at a time, each word folded in by a multiply and a shift, so a key's hash costs a
+// few cycles per word rather than per byte; callers hash fixed sizes, so the loops unroll.
 inline U32 hashBytes(const void* data, std::size_t n) noexcept {
     const auto* p = static_cast<const U8*>(data);
-    U32 h = 2166136261u;
-    for (std::size_t i = 0; i < n; ++i) h = (h ^ p[i]) * 16777619u;
-    return h;
+    U64 h = 0x9E3779B97F4A7C15ull ^ n;
+    for (; n >= 8; p += 8, n -= 8) {
+        U64 w;
+        std::memcpy(&w, p, 8);
+        h = (h ^ w) * 0xBF58476D1CE4E5B9ull;
+        h ^= h >> 31;
+    }
+    if (n) {
+        U64 w = 0;
+        std::memcpy(&w, p, n);
+        h = (h ^ w) * 0x94D049BB133111EBull;
+        h ^= h >> 29;
+    }
+    return static_cast<U32>(h ^ (h >> 32));
 }
 
 // An unsigned integer field of the width of T, held big-endian. Tag keeps distinct field kinds

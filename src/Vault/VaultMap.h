@@ -1,0 +1,485 @@
+#pragma once
+// The writer of a keyed table in shared memory: one writer process, any number of readers
+// (VaultReader) in other processes, each entry consistent on its own.
+//
+// The writer keeps its own copy of every entry in private memory. Lookups and iterators work on
+// that copy, so an entry can be changed in place through the pointer lookup() gives and is
+// published by directCommit(); readers see nothing of it until then. Publishing an entry is the
+// sequence-counter protocol: the slot's counter is made odd, the words are stored, the counter
+// is made even again. A writer killed at any point leaves at most that one slot odd, which
+// readers report as busy and the next writer's recovery repairs or removes.
+//
+// Every operation first compares the header and the slot it touches with what this writer last
+// published; a difference means something else wrote the segment. The corruption handler is then
+// called with a message saying what was found, and if it returns, the operation throws
+// NoMansLandException ("VaultMap::safeWrite() in no man's land" and so on).
+#include <array>
+#include <atomic>
+#include <cstring>
+#include <functional>
+#include <optional>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+#include "Rix/Format.h"
+#include "Vault/CollectionControl.h"
+#include "Vault/Layout.h"
+#include "Vault/Segment.h"
+#include "Vault/VaultException.h"
+
+namespace Vault {
+
+template <class K, class V, class Hash = std::hash<K>>
+class VaultMap final : public MountedTable {
+    static_assert(std::is_trivially_copyable_v<K>, "table keys must be trivially copyable");
+    static_assert(std::is_trivially_copyable_v<V>, "table values must be trivially copyable");
+    static_assert(sizeof(K) <= maxRecordBytes && sizeof(V) <= maxRecordBytes);
+
+    static constexpr U32 keyWords = wordsFor(sizeof(K));
+    static constexpr U32 payloadWords = keyWords + wordsFor(sizeof(V));
+    using Payload = std::array<U64, payloadWords>;
+
+  public:
+    using CorruptionHandler = std::function<void(const std::string&)>;
+    // Called after an entry was written, committed or removed, with its key.
+    using ChangeHook = std::function<void(const K&)>;
+
+    template <bool Const>
+    class IteratorT {
+        using Map = std::conditional_t<Const, const VaultMap, VaultMap>;
+        using Ref = std::conditional_t<Const, const V&, V&>;
+
+      public:
+        IteratorT(Map* m, U32 i) : m_(m), i_(i) { skip(); }
+        const K& key() const { return m_->keys_[i_]; }
+        Ref operator*() const { return m_->values_[i_]; }
+        auto* operator->() const { return &m_->values_[i_]; }
+        IteratorT& operator++() {
+            ++i_;
+            skip();
+            return *this;
+        }
+        bool operator==(const IteratorT& o) const { return i_ == o.i_; }
+
+      private:
+        void skip() {
+            while (i_ < m_->slotCount_ && metaState(m_->metas_[i_]) != U8(SlotState::live)) ++i_;
+        }
+        Map* m_;
+        U32 i_;
+    };
+    using Iterator = IteratorT<false>;
+    using IteratorConst = IteratorT<true>;
+
+    explicit VaultMap(Hash hash = Hash()) : hash_(hash) {}
+    VaultMap(const VaultMap&) = delete;
+    VaultMap& operator=(const VaultMap&) = delete;
+    ~VaultMap() { unmount(); }
+
+    // Creates the table's segment, or reopens and recovers the one a previous writer left.
+    // Throws Vault::Exception (and records it in the control) when the segment is refused.
+    void mount(CollectionControl& control);
+    void unmount();
+    bool mounted() const { return static_cast<bool>(segment_); }
+    const std::string& name() const { return name_; }
+    U32 capacity() const { return capacity_; }
+    U32 size() const override { return live_; }
+    U64 segmentBytes() const override { return segment_.bytes(); }
+    const void* segmentBase() const { return segment_.base(); }
+
+    void changeHookIs(ChangeHook hook) { hook_ = std::move(hook); }
+    void corruptionHandlerIs(CorruptionHandler handler) { handler_ = std::move(handler); }
+
+    // Inserts or overwrites; returns the writer's copy of the entry. A new key in a full table
+    // throws FullException and changes nothing.
+    V* safeWrite(const K& key, const V& value);
+    // Publishes an entry changed in place through a pointer from lookup(), safeWrite() or an
+    // iterator; true when readers saw a different value before. A pointer that is not a live
+    // entry of this table is reported like corruption.
+    bool directCommit(const V* value);
+    // Removes the key and returns its value, or nothing when it was absent.
+    std::optional<V> safeRemove(const K& key);
+    void removeAll();
+    V* lookup(const K& key) {
+        const U32 i = find(key);
+        return i == none ? nullptr : &values_[i];
+    }
+    // Starts loading the lines a lookup of `key` will touch, so that a receive loop can issue
+    // them for a whole batch of frames before it counts the first one.
+    void prefetch(const K& key) const {
+        if (!slotCount_) return;
+        const U32 i = home(key);
+        __builtin_prefetch(&metas_[i]);
+        __builtin_prefetch(&keys_[i]);
+        const char* v = reinterpret_cast<const char*>(&values_[i]);
+        for (std::size_t off = 0; off < sizeof(V); off += 64) __builtin_prefetch(v + off, 1);
+    }
+    const V* lookup(const K& key) const {
+        const U32 i = find(key);
+        return i == none ? nullptr : &values_[i];
+    }
+    // Compares every slot of the segment with this writer's copy; calls the corruption handler
+    // for each slot that differs and returns how many did.
+    U32 validate();
+
+    Iterator begin() { return Iterator(this, 0); }
+    Iterator end() { return Iterator(this, slotCount_); }
+    IteratorConst begin() const { return IteratorConst(this, 0); }
+    IteratorConst end() const { return IteratorConst(this, slotCount_); }
+
+  private:
+    static constexpr U32 none = ~0u;
+
+    void controlGone() override { control_ = nullptr; }
+    void requireMounted() const {
+        if (!segment_) throw Exception("table " + name_ + " is not mounted");
+    }
+    U64* slot(U32 i) const { return words_ + std::size_t{i} * slotWords_; }
+    U32 home(const K& key) const { return homeSlot(static_cast<U64>(hash_(key)), slotCount_); }
+    bool isLive(U32 i) const { return metaState(metas_[i]) == U8(SlotState::live); }
+    U32 find(const K& key) const;
+    static Payload encode(const K& key, const V& value) {
+        Payload p;
+        p[keyWords - 1] = 0;
+        p[payloadWords - 1] = 0;
+        std::memcpy(p.data(), &key, sizeof(K));
+        std::memcpy(p.data() + keyWords, &value, sizeof(V));
+        return p;
+    }
+    void publish(U32 i, U64 meta, const U64* payload);
+    void publishLive(U32 i) {
+        const Payload p = encode(keys_[i], values_[i]);
+        publish(i, liveMeta(i, wordsCheck(slotSeed(i), p.data(), payloadWords)), p.data());
+    }
+    void storeLiveCount() {
+        storeWord(reinterpret_cast<U64*>(segment_.base()) + liveCountWord, live_);
+    }
+    // Throws NoMansLandException for `op` after the handler saw `what`.
+    [[noreturn]] void noMansLand(const char* op, const std::string& what) const {
+        if (handler_) handler_(what);
+        throw NoMansLandException(std::string("VaultMap::") + op + "() in no man's land");
+    }
+    // The header and slot `i` must hold exactly what this writer last published.
+    void checkImage(const char* op, U32 i) const;
+    void recover();
+
+    Hash hash_;
+    std::string name_;
+    CollectionControl* control_ = nullptr;
+    Segment segment_;
+    U64* words_ = nullptr;
+    U32 capacity_ = 0;
+    U32 slotCount_ = 0;
+    U32 slotWords_ = 0;
+    U32 live_ = 0;
+    U32 repaired_ = 0;
+    std::array<U64, headerFieldWords> header_{};
+    std::vector<K> keys_;
+    std::vector<V> values_;
+    std::vector<U64> seqs_;
+    std::vector<U64> metas_;
+    ChangeHook hook_;
+    CorruptionHandler handler_;
+};
+
+template <class K, class V, class H>
+void VaultMap<K, V, H>::mount(CollectionControl& control) {
+    unmount();
+    name_ = control.name();
+    try {
+        const U64 bytes = segmentBytesFor(control.capacity(), sizeof(K), sizeof(V));
+        Segment seg = Segment::openWriter(control.segmentName(), bytes, control.mode());
+        const HeaderFields fields = makeHeader(control.capacity(), sizeof(K), sizeof(V));
+        std::memcpy(header_.data(), &fields, sizeof fields);
+        U64* base = static_cast<U64*>(seg.base());
+        // A segment of this writer's own, of the right mode and size, whose header is still all
+        // zero is one whose creator was killed before writing the header: it is finished here.
+        bool blankHeader = true;
+        for (std::size_t w = 0; w < headerBytes / 8; ++w)
+            blankHeader = blankHeader && !loadWord(base + w);
+        if (seg.created() || blankHeader) {
+            // The magic goes last: a reader attaching meanwhile finds no table yet.
+            for (std::size_t w = 1; w < headerFieldWords; ++w) storeWord(base + w, header_[w]);
+            storeWord(base, header_[0], std::memory_order_release);
+        } else {
+            const std::string problem = headerProblem(loadHeader(base), control.segmentName(),
+                                                      sizeof(K), sizeof(V), seg.bytes());
+            if (!problem.empty()) throw Exception(problem);
+            if (loadHeader(base).capacity != control.capacity()) {
+                throw Exception(Rix::format(
+                    "shared-memory segment %s holds %u entries, expected %u",
+                    control.segmentName().c_str(), loadHeader(base).capacity, control.capacity()));
+            }
+        }
+        capacity_ = fields.capacity;
+        slotCount_ = fields.slotCount;
+        slotWords_ = fields.slotWords;
+        words_ = base + headerBytes / 8;
+        keys_.assign(slotCount_, K{});
+        values_.assign(slotCount_, V{});
+        seqs_.assign(slotCount_, 0);
+        metas_.assign(slotCount_, 0);
+        live_ = 0;
+        repaired_ = 0;
+        const bool created = seg.created();
+        segment_ = std::move(seg);
+        if (!created) recover();
+        control_ = &control;
+        control.mounted(this, created ? MountState::created : MountState::recovered, repaired_);
+    } catch (const Exception& e) {
+        segment_ = Segment();
+        slotCount_ = 0;
+        control.mountFailed(e.what());
+        throw;
+    }
+}
+
+template <class K, class V, class H>
+void VaultMap<K, V, H>::unmount() {
+    if (control_) control_->unmounted(this);
+    control_ = nullptr;
+    segment_ = Segment();
+    words_ = nullptr;
+    slotCount_ = capacity_ = live_ = 0;
+    keys_.clear();
+    values_.clear();
+    seqs_.clear();
+    metas_.clear();
+}
+
+template <class K, class V, class H>
+U32 VaultMap<K, V, H>::find(const K& key) const {
+    if (!slotCount_) return none;
+    const U32 mask = slotCount_ - 1;
+    U32 i = home(key);
+    for (U32 n = 0; n < slotCount_; ++n, i = (i + 1) & mask) {
+        const U8 st = metaState(metas_[i]);
+        if (st == U8(SlotState::empty)) return none;
+        if (st == U8(SlotState::live) && keys_[i] == key) return i;
+    }
+    return none;
+}
+
+// Sequence protocol, writer side: the odd counter is stored and then a release fence orders it
+// before every word that follows, so a reader that saw any of those words and then issues an
+// acquire fence cannot read the old even counter afterwards. The final release store of the even
+// counter orders the words before it for a reader that acquires it.
+template <class K, class V, class H>
+void VaultMap<K, V, H>::publish(U32 i, U64 meta, const U64* payload) {
+    U64* s = slot(i);
+    const U64 seq = seqs_[i];
+    storeWord(s, seq + 1);
+    std::atomic_thread_fence(std::memory_order_release);
+    if (payload) {
+        for (U32 w = 0; w < payloadWords; ++w) storeWord(s + 2 + w, payload[w]);
+    }
+    storeWord(s + 1, meta);
+    storeWord(s, seq + 2, std::memory_order_release);
+    seqs_[i] = seq + 2;
+    metas_[i] = meta;
+}
+
+template <class K, class V, class H>
+void VaultMap<K, V, H>::checkImage(const char* op, U32 i) const {
+    const U64* base = static_cast<const U64*>(segment_.base());
+    for (std::size_t w = 0; w < headerFieldWords; ++w) {
+        if (loadWord(base + w) != header_[w]) {
+            noMansLand(op,
+                       Rix::format("table %s: header word %zu was overwritten", name_.c_str(), w));
+        }
+    }
+    if (loadWord(base + liveCountWord) != live_) {
+        noMansLand(op, Rix::format("table %s: live count was overwritten", name_.c_str()));
+    }
+    if (i != none && (loadWord(slot(i)) != seqs_[i] || loadWord(slot(i) + 1) != metas_[i])) {
+        noMansLand(op, Rix::format("table %s: slot %u was overwritten", name_.c_str(), i));
+    }
+}
+
+template <class K, class V, class H>
+V* VaultMap<K, V, H>::safeWrite(const K& key, const V& value) {
+    requireMounted();
+    const U32 mask = slotCount_ - 1;
+    U32 i = home(key), target = none, freeSlot = none;
+    for (U32 n = 0; n < slotCount_; ++n, i = (i + 1) & mask) {
+        const U8 st = metaState(metas_[i]);
+        if (st == U8(SlotState::live)) {
+            if (keys_[i] == key) {
+                target = i;
+                break;
+            }
+            continue;
+        }
+        if (freeSlot == none) freeSlot = i;
+        if (st == U8(SlotState::empty)) break;
+    }
+    const bool inserting = target == none;
+    if (inserting) {
+        if (live_ >= capacity_ || freeSlot == none) {
+            throw FullException(Rix::format("table %s is full: all %u entries are taken",
+                                            name_.c_str(), capacity_));
+        }
+        target = freeSlot;
+    }
+    checkImage("safeWrite", target);
+    keys_[target] = key;
+    values_[target] = value;
+    publishLive(target);
+    if (inserting) {
+        ++live_;
+        storeLiveCount();
+    }
+    if (hook_) hook_(key);
+    return &values_[target];
+}
+
+template <class K, class V, class H>
+bool VaultMap<K, V, H>::directCommit(const V* value) {
+    requireMounted();
+    const auto addr = reinterpret_cast<std::uintptr_t>(value);
+    const auto first = reinterpret_cast<std::uintptr_t>(values_.data());
+    const std::uintptr_t offset = addr - first;
+    const U32 i = static_cast<U32>(offset / sizeof(V));
+    if (addr < first || offset % sizeof(V) != 0 || offset / sizeof(V) >= slotCount_ || !isLive(i)) {
+        noMansLand(
+            "directCommit",
+            Rix::format("table %s: committed entry is not a live entry of it", name_.c_str()));
+    }
+    checkImage("directCommit", i);
+    const Payload p = encode(keys_[i], values_[i]);
+    const U64* s = slot(i) + 2 + keyWords;
+    bool changed = false;
+    for (U32 w = keyWords; w < payloadWords && !changed; ++w) changed = loadWord(s++) != p[w];
+    if (!changed) return false;
+    publish(i, liveMeta(i, wordsCheck(slotSeed(i), p.data(), payloadWords)), p.data());
+    if (hook_) hook_(keys_[i]);
+    return true;
+}
+
+template <class K, class V, class H>
+std::optional<V> VaultMap<K, V, H>::safeRemove(const K& key) {
+    requireMounted();
+    const U32 i = find(key);
+    if (i == none) {
+        checkImage("safeRemove", none);
+        return std::nullopt;
+    }
+    checkImage("safeRemove", i);
+    std::optional<V> removed = values_[i];
+    const U32 mask = slotCount_ - 1;
+    publish(i, tombstoneMeta(i), nullptr);
+    // Tombstones that end a chain are not needed to reach anything: empty them, so that lookups
+    // of absent keys keep stopping early.
+    if (metaState(metas_[(i + 1) & mask]) == U8(SlotState::empty)) {
+        for (U32 j = i, n = 0; n < slotCount_ && metaState(metas_[j]) == U8(SlotState::tombstone);
+             ++n, j = (j - 1) & mask) {
+            publish(j, 0, nullptr);
+        }
+    }
+    --live_;
+    storeLiveCount();
+    if (hook_) hook_(key);
+    return removed;
+}
+
+template <class K, class V, class H>
+void VaultMap<K, V, H>::removeAll() {
+    requireMounted();
+    checkImage("safeRemove", none);
+    for (U32 i = 0; i < slotCount_; ++i) {
+        if (metas_[i] == 0) continue;
+        const bool wasLive = isLive(i);
+        publish(i, 0, nullptr);
+        if (wasLive) {
+            --live_;
+            storeLiveCount();
+            if (hook_) hook_(keys_[i]);
+        }
+    }
+}
+
+template <class K, class V, class H>
+U32 VaultMap<K, V, H>::validate() {
+    requireMounted();
+    U32 bad = 0;
+    try {
+        checkImage("validate", none);
+    } catch (const NoMansLandException&) {
+        ++bad;
+    }
+    for (U32 i = 0; i < slotCount_; ++i) {
+        const U64* s = slot(i);
+        bool ok = loadWord(s) == seqs_[i] && loadWord(s + 1) == metas_[i];
+        if (ok && isLive(i)) {
+            const Payload p = encode(keys_[i], values_[i]);
+            for (U32 w = 0; w < payloadWords && ok; ++w) ok = loadWord(s + 2 + w) == p[w];
+        }
+        if (!ok) {
+            ++bad;
+            if (handler_)
+                handler_(Rix::format("table %s: slot %u was overwritten", name_.c_str(), i));
+        }
+    }
+    return bad;
+}
+
+// Recovery after a restart: a slot whose counter is odd or whose check fails was caught mid-write
+// (or overwritten); when its words still agree with its check the write had finished and the
+// entry is kept, otherwise the entry is lost and the slot becomes a tombstone. Entries that their
+// probe chain cannot reach, or that repeat a key, are removed too.
+template <class K, class V, class H>
+void VaultMap<K, V, H>::recover() {
+    auto drop = [&](U32 i, const char* why) {
+        ++repaired_;
+        if (handler_)
+            handler_(
+                Rix::format("table %s: slot %u %s; its entry was removed", name_.c_str(), i, why));
+        publish(i, tombstoneMeta(i), nullptr);
+    };
+    for (U32 i = 0; i < slotCount_; ++i) {
+        const U64* s = slot(i);
+        const U64 seq = loadWord(s);
+        const U64 meta = loadWord(s + 1);
+        Payload p;
+        for (U32 w = 0; w < payloadWords; ++w) p[w] = loadWord(s + 2 + w);
+        seqs_[i] = seq & ~U64{1};
+        const U8 st = metaState(meta);
+        bool ok;
+        if (meta == 0) {
+            ok = true;
+        } else if (st == U8(SlotState::tombstone)) {
+            ok = meta == tombstoneMeta(i);
+        } else {
+            ok = st == U8(SlotState::live) && metaIndex(meta) == i &&
+                 metaCheck(meta) == wordsCheck(slotSeed(i), p.data(), payloadWords);
+        }
+        if (!ok) {
+            drop(i, (seq & 1) ? "was caught mid-write" : "failed its check");
+            continue;
+        }
+        metas_[i] = meta;
+        if (st == U8(SlotState::live)) {
+            std::memcpy(static_cast<void*>(&keys_[i]), p.data(), sizeof(K));
+            std::memcpy(static_cast<void*>(&values_[i]), p.data() + keyWords, sizeof(V));
+        }
+        if (seq & 1) publish(i, meta, nullptr);  // the write had finished: close it
+    }
+    for (U32 i = 0; i < slotCount_; ++i) {
+        if (!isLive(i)) continue;
+        const U32 found = find(keys_[i]);
+        if (found == i) {
+            ++live_;
+        } else {
+            metas_[i] = tombstoneMeta(i);  // keeps find() from meeting it again
+            drop(i, found == none ? "cannot be reached from its key" : "repeats a key");
+        }
+    }
+    if (live_ > capacity_) {
+        throw Exception(Rix::format("table %s holds %u entries, more than its capacity %u",
+                                    name_.c_str(), live_, capacity_));
+    }
+    storeLiveCount();
+}
+
+}  // namespace Vault

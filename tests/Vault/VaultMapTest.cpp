@@ -1,0 +1,319 @@
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <map>
+#include <random>
+#include <unordered_map>
+
+#include "Vault/VaultMap.h"
+#include "Vault/VaultReader.h"
+#include "VaultTestSupport.h"
+
+using namespace Vault;
+using namespace VaultTest;
+
+namespace {
+
+using Map = VaultMap<Key, Record, KeyHash>;
+using Reader = VaultReader<Key, Record, KeyHash>;
+
+Key key(U32 n) { return Key{n, n % 7}; }
+
+std::string errorOf(const std::function<void()>& f) {
+    try {
+        f();
+    } catch (const std::exception& e) {
+        return e.what();
+    }
+    return "no error";
+}
+
+// Random writes, overwrites and removes against a plain std::map, with the writer's copy, an
+// in-process reader and the reported sizes compared after every step. Few keys over a small
+// table exercise tombstone reuse, chain-end cleanup and the full-table refusal.
+TEST(VaultMap, MatchesReferenceMapUnderRandomOperations) {
+    ScopedName name;
+    CollectionControl control(*name, 24);
+    Map map;
+    map.mount(control);
+    Reader reader(*name);
+    std::map<U32, Record> reference;
+    std::mt19937 rng(7);
+    for (U64 step = 0; step < 20000; ++step) {
+        const U32 k = rng() % 40;
+        const U32 op = rng() % 10;
+        if (op < 6) {
+            const Record r = Record::make(k, step);
+            if (reference.size() == 24 && !reference.count(k)) {
+                EXPECT_THROW(map.safeWrite(key(k), r), FullException);
+            } else {
+                ASSERT_EQ(*map.safeWrite(key(k), r), r) << step;
+                reference[k] = r;
+            }
+        } else if (op < 9) {
+            const auto removed = map.safeRemove(key(k));
+            const auto it = reference.find(k);
+            ASSERT_EQ(removed.has_value(), it != reference.end());
+            if (removed) {
+                EXPECT_EQ(removed->version, it->second.version);
+                reference.erase(it);
+            }
+        } else if (rng() % 50 == 0) {
+            map.removeAll();
+            reference.clear();
+        }
+        ASSERT_EQ(map.size(), reference.size());
+        ASSERT_EQ(reader.size(), reference.size());
+        for (U32 probe : {k, (k + 1) % 40, (k + 17) % 40}) {
+            const auto it = reference.find(probe);
+            const Record* w = map.lookup(key(probe));
+            Record r;
+            const ReadResult got = reader.find(key(probe), r);
+            if (it == reference.end()) {
+                ASSERT_EQ(w, nullptr);
+                ASSERT_EQ(got, ReadResult::absent);
+            } else {
+                ASSERT_NE(w, nullptr);
+                ASSERT_EQ(w->version, it->second.version);
+                ASSERT_EQ(got, ReadResult::found);
+                ASSERT_EQ(r.version, it->second.version);
+            }
+        }
+    }
+    std::map<U32, U64> walked, scanned;
+    for (auto it = map.begin(); it != map.end(); ++it) walked[it.key().stream] = it->version;
+    const ScanResult scan =
+        reader.forEach([&](const Key& k, const Record& r) { scanned[k.stream] = r.version; });
+    EXPECT_EQ(scan.busy + scan.corrupt, 0u);
+    std::map<U32, U64> expected;
+    for (const auto& [k, r] : reference) expected[k] = r.version;
+    EXPECT_EQ(walked, expected);
+    EXPECT_EQ(scanned, expected);
+}
+
+TEST(VaultMap, FullTableRefusesNewKeyAndKeepsEverything) {
+    ScopedName name;
+    CollectionControl control(*name, 4);
+    Map map;
+    map.mount(control);
+    for (U32 k = 0; k < 4; ++k) map.safeWrite(key(k), Record::make(k, 1));
+    const std::string error = errorOf([&] { map.safeWrite(key(99), Record::make(99, 1)); });
+    EXPECT_EQ(error, "table " + *name + " is full: all 4 entries are taken");
+    EXPECT_EQ(map.size(), 4u);
+    Reader reader(*name);
+    for (U32 k = 0; k < 4; ++k) EXPECT_EQ(reader.lookup(key(k))->version, 1u);
+    EXPECT_FALSE(reader.lookup(key(99)));
+    map.safeWrite(key(2), Record::make(2, 5));  // overwriting still works when full
+    EXPECT_EQ(reader.lookup(key(2))->version, 5u);
+    map.safeRemove(key(0));
+    map.safeWrite(key(99), Record::make(99, 1));
+    EXPECT_EQ(reader.lookup(key(99))->version, 1u);
+}
+
+TEST(VaultMap, DirectCommitPublishesInPlaceChangesOnly) {
+    ScopedName name;
+    CollectionControl control(*name, 8);
+    Map map;
+    std::vector<U32> changed;
+    map.changeHookIs([&](const Key& k) { changed.push_back(k.stream); });
+    std::string corruption;
+    map.corruptionHandlerIs([&](const std::string& m) { corruption = m; });
+    map.mount(control);
+    Record* entry = map.safeWrite(key(1), Record::make(1, 1));
+    Reader reader(*name);
+    *entry = Record::make(1, 2);
+    EXPECT_EQ(reader.lookup(key(1))->version, 1u) << "in-place change visible before commit";
+    EXPECT_TRUE(map.directCommit(entry));
+    EXPECT_EQ(reader.lookup(key(1))->version, 2u);
+    EXPECT_FALSE(map.directCommit(entry)) << "nothing changed since the last commit";
+
+    Record stray = Record::make(1, 3);
+    const std::string error = errorOf([&] { map.directCommit(&stray); });
+    EXPECT_EQ(error, "VaultMap::directCommit() in no man's land");
+    EXPECT_NE(corruption.find("not a live entry"), std::string::npos);
+    map.safeRemove(key(1));
+    corruption.clear();
+    EXPECT_EQ(errorOf([&] { map.directCommit(entry); }),
+              "VaultMap::directCommit() in no man's land");
+    EXPECT_FALSE(corruption.empty()) << "a removed entry's pointer";
+
+    map.safeWrite(key(2), Record::make(2, 1));
+    map.safeWrite(key(3), Record::make(3, 1));
+    map.removeAll();
+    ASSERT_EQ(changed.size(), 7u);
+    std::sort(changed.begin() + 5, changed.end());  // removeAll goes in slot order
+    EXPECT_EQ(changed, (std::vector<U32>{1, 1, 1, 2, 3, 2, 3}));
+    EXPECT_EQ(reader.size(), 0u);
+}
+
+TEST(VaultMap, ReaderInAnotherProcessSeesInsertsUpdatesAndRemoves) {
+    ScopedName name;
+    CollectionControl control(*name, 16);
+    Map map;
+    map.mount(control);
+    int toChild[2], toParent[2];
+    ASSERT_EQ(pipe(toChild), 0);
+    ASSERT_EQ(pipe(toParent), 0);
+    const pid_t child = spawn([&] {
+        Reader reader(*name);
+        char c;
+        // Each round: wait for the writer, then report what this process sees.
+        for (int round = 0; round < 2; ++round) {
+            if (read(toChild[0], &c, 1) != 1) return 10;
+            std::string seen;
+            for (U32 k = 1; k <= 3; ++k) {
+                const auto r = reader.lookup(key(k));
+                seen += r && r->intact() ? std::to_string(r->version) : "-";
+            }
+            seen += std::to_string(reader.size());
+            if (write(toParent[1], seen.data(), seen.size()) != ssize_t(seen.size())) return 11;
+        }
+        return 0;
+    });
+    auto round = [&] {
+        char buf[16] = {};
+        EXPECT_EQ(write(toChild[1], "x", 1), 1);
+        const ssize_t n = read(toParent[0], buf, sizeof buf);
+        return std::string(buf, n > 0 ? n : 0);
+    };
+    for (U32 k = 1; k <= 3; ++k) map.safeWrite(key(k), Record::make(k, 1));
+    EXPECT_EQ(round(), "1113");
+    map.safeWrite(key(2), Record::make(2, 7));
+    EXPECT_EQ(*map.safeRemove(key(3)), Record::make(3, 1));
+    EXPECT_EQ(round(), "17-2");
+    EXPECT_EQ(waitExit(child), 0);
+}
+
+struct Mode {
+    Permissions permissions;
+    mode_t mode;
+};
+class VaultMapPermissions : public ::testing::TestWithParam<Mode> {};
+
+TEST_P(VaultMapPermissions, CreatesWithExactModeWhateverTheUmask) {
+    ScopedName name;
+    const mode_t old = umask(0077);
+    CollectionControl control(*name, 8, GetParam().permissions);
+    Map map;
+    map.mount(control);
+    umask(old);
+    struct stat st {};
+    ASSERT_EQ(stat(("/dev/shm/" + *name).c_str(), &st), 0);
+    EXPECT_EQ(st.st_mode & 07777, GetParam().mode);
+    EXPECT_EQ(control.state(), MountState::created);
+}
+INSTANTIATE_TEST_SUITE_P(Modes, VaultMapPermissions,
+                         ::testing::Values(Mode{Permissions::ownerOnly, 0600},
+                                           Mode{Permissions::groupRead, 0640}));
+
+// A segment someone else prepared under the table's name is refused, naming what is wrong.
+TEST(VaultMap, RefusesForeignSegments) {
+    const U64 bytes = segmentBytesFor(8, sizeof(Key), sizeof(Record));
+    struct Case {
+        const char* what;
+        mode_t mode;
+        U64 size;
+        uid_t owner;
+        std::string error;
+    };
+    const std::vector<Case> cases = {
+        {"wrong mode", 0644, bytes, 0, "has mode 0644, expected 0600"},
+        {"wrong size", 0600, bytes + 8, 0, "is " + std::to_string(bytes + 8) + " bytes, expected"},
+        {"wrong owner", 0600, bytes, 4242, "belongs to uid 4242"},
+        {"not a table", 0600, bytes, 0, "is not a table (bad magic)"},
+    };
+    for (const Case& c : cases) {
+        if (c.owner && geteuid() != 0) continue;  // only root can give a segment away
+        ScopedName name;
+        const int fd = shm_open(("/" + *name).c_str(), O_RDWR | O_CREAT | O_EXCL, c.mode);
+        ASSERT_GE(fd, 0);
+        ASSERT_EQ(fchmod(fd, c.mode), 0);
+        ASSERT_EQ(ftruncate(fd, c.size), 0);
+        if (c.error == "is not a table (bad magic)") {
+            const char junk[] = "not a table header";
+            ASSERT_EQ(write(fd, junk, sizeof junk), ssize_t(sizeof junk));
+        }
+        if (c.owner) {
+            ASSERT_EQ(fchown(fd, c.owner, 0), 0);
+        }
+        close(fd);
+        CollectionControl control(*name, 8);
+        Map map;
+        const std::string error = errorOf([&] { map.mount(control); });
+        EXPECT_NE(error.find("/" + *name), std::string::npos) << c.what << ": " << error;
+        EXPECT_NE(error.find(c.error), std::string::npos) << c.what << ": " << error;
+        EXPECT_EQ(control.state(), MountState::failed);
+        EXPECT_EQ(control.error(), error);
+    }
+}
+
+// A writer killed between sizing the segment and writing its header leaves a blank one of the
+// right owner, mode and size: the next writer finishes it instead of refusing it forever.
+TEST(VaultMap, FinishesSegmentWhoseCreatorDiedBeforeTheHeader) {
+    ScopedName name;
+    const int fd = shm_open(("/" + *name).c_str(), O_RDWR | O_CREAT | O_EXCL, 0600);
+    ASSERT_GE(fd, 0);
+    ASSERT_EQ(fchmod(fd, 0600), 0);
+    ASSERT_EQ(ftruncate(fd, segmentBytesFor(8, sizeof(Key), sizeof(Record))), 0);
+    close(fd);
+    EXPECT_THROW(Reader r(*name), Exception) << "no table before the header is written";
+    CollectionControl control(*name, 8);
+    Map map;
+    map.mount(control);
+    EXPECT_EQ(control.state(), MountState::recovered);
+    map.safeWrite(key(3), Record::make(3, 1));
+    EXPECT_EQ(Reader(*name).lookup(key(3))->version, 1u);
+}
+
+TEST(VaultMap, OneWriterAtATimeAndRestartKeepsEntries) {
+    ScopedName name;
+    CollectionControl control(*name, 8);
+    {
+        Map map;
+        map.mount(control);
+        map.safeWrite(key(1), Record::make(1, 4));
+        Map second;
+        CollectionControl again(*name, 8);
+        EXPECT_NE(errorOf([&] { second.mount(again); }).find("already has a writer"),
+                  std::string::npos);
+        CollectionControl bigger(*name, 16);
+        map.unmount();
+        EXPECT_NE(errorOf([&] { second.mount(bigger); }).find("expected"), std::string::npos);
+    }
+    Map map;
+    map.mount(control);
+    EXPECT_EQ(control.state(), MountState::recovered);
+    EXPECT_EQ(control.size(), 1u);
+    ASSERT_NE(map.lookup(key(1)), nullptr);
+    EXPECT_EQ(map.lookup(key(1))->version, 4u);
+}
+
+TEST(VaultReader, RefusesMissingOtherTypedOrWorldWritableSegments) {
+    ScopedName name;
+    EXPECT_NE(errorOf([&] { Reader r(*name); }).find("cannot open it"), std::string::npos);
+    CollectionControl control(*name, 8);
+    Map map;
+    map.mount(control);
+    EXPECT_NE(errorOf([&] {
+                  VaultReader<Key, U64, KeyHash> r(*name);
+              }).find("holds 8-byte keys and 200-byte values, expected 8 and 8"),
+              std::string::npos);
+    ASSERT_EQ(chmod(("/dev/shm/" + *name).c_str(), 0666), 0);
+    EXPECT_NE(errorOf([&] { Reader r(*name); }).find("others than its owner may write it"),
+              std::string::npos);
+}
+
+TEST(VaultReaderDeathTest, WriteThroughReaderMappingFaults) {
+    ScopedName name;
+    CollectionControl control(*name, 8);
+    Map map;
+    map.mount(control);
+    Reader reader(*name);
+    auto* p = static_cast<volatile char*>(const_cast<void*>(reader.segmentBase()));
+    EXPECT_DEATH({ p[100] = 1; }, "");
+}
+
+}  // namespace
