@@ -17,13 +17,34 @@ namespace {
 std::atomic<unsigned long> allocations{0};
 }  // namespace
 
-void* operator new(std::size_t n) {
+// The replacements pair malloc with free; inlined into a new expression, GCC would take the free
+// for a mismatch.
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
+#endif
+namespace {
+void* counted(std::size_t n) noexcept {
     allocations.fetch_add(1, std::memory_order_relaxed);
-    if (void* p = std::malloc(n ? n : 1)) return p;
+    return std::malloc(n ? n : 1);
+}
+void* countedOrThrow(std::size_t n) {
+    if (void* p = counted(n)) return p;
     throw std::bad_alloc();
 }
+}  // namespace
+
+// Every unaligned form, so that no allocation escapes the count and every one is freed by the
+// matching function; the aligned forms are left to the library and are not counted.
+void* operator new(std::size_t n) { return countedOrThrow(n); }
+void* operator new[](std::size_t n) { return countedOrThrow(n); }
+void* operator new(std::size_t n, const std::nothrow_t&) noexcept { return counted(n); }
+void* operator new[](std::size_t n, const std::nothrow_t&) noexcept { return counted(n); }
 void operator delete(void* p) noexcept { std::free(p); }
+void operator delete[](void* p) noexcept { std::free(p); }
 void operator delete(void* p, std::size_t) noexcept { std::free(p); }
+void operator delete[](void* p, std::size_t) noexcept { std::free(p); }
+void operator delete(void* p, const std::nothrow_t&) noexcept { std::free(p); }
+void operator delete[](void* p, const std::nothrow_t&) noexcept { std::free(p); }
 
 namespace {
 
