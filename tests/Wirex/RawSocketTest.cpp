@@ -24,16 +24,17 @@ class VethNamespace {
             return;
         }
         int status = 0;
-        const std::string out = WirexTest::runCommand(
-            "ip netns add " + name_ + " 2>&1 && ip -n " + name_ +
-                " link add va type veth peer name vb 2>&1 && ip -n " + name_ +
-                " link set va up 2>&1 && ip -n " + name_ + " link set vb up 2>&1",
-            &status);
+        std::string out = WirexTest::runCommand("ip netns add " + name_ + " 2>&1", &status);
         if (status != 0) {
-            reason_ = "cannot create a network namespace with a veth pair: " + out;
+            reason_ = "cannot create a network namespace: " + out;
             return;
         }
         created_ = true;
+        out = WirexTest::runCommand(
+            "ip -n " + name_ + " link add va type veth peer name vb 2>&1 && ip -n " + name_ +
+                " link set va up 2>&1 && ip -n " + name_ + " link set vb up 2>&1",
+            &status);
+        if (status != 0) reason_ = "cannot create a veth pair in a network namespace: " + out;
     }
     ~VethNamespace() {
         if (created_) WirexTest::runCommand("ip netns del " + name_ + " 2>&1");
