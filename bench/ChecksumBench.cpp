@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "BenchGoals.h"
+#include "Wirex/PlainChecksum.h"
 #include "Wirex/Checksum.h"
 
 namespace {
@@ -15,25 +16,7 @@ const int kSizes[] = {20, 48, 56, 106, 1500};
 // The baseline: RFC 1071, section 4.1, one 16-bit word per step. The optimizer may not turn it
 // into vector code, so that it stays the plain loop; plainChecksumAutoVec below is the same
 // source with the compiler's vectorizer allowed, shown for the record.
-#if defined(__clang__)
-#define PLAIN_LOOP _Pragma("clang loop vectorize(disable) interleave(disable)")
-#define NO_VECTORIZE
-#else
-#define PLAIN_LOOP
-#define NO_VECTORIZE __attribute__((optimize("no-tree-vectorize")))
-#endif
-NO_VECTORIZE U16 plainChecksum(const U8* p, std::size_t n) {
-    U32 sum = 0;
-    PLAIN_LOOP
-    while (n > 1) {
-        sum += static_cast<U32>((p[0] << 8) | p[1]);
-        p += 2;
-        n -= 2;
-    }
-    if (n > 0) sum += static_cast<U32>(p[0] << 8);
-    while (sum >> 16) sum = (sum & 0xffff) + (sum >> 16);
-    return static_cast<U16>(~sum);
-}
+using SondarTest::plainChecksum;
 
 U16 plainChecksumAutoVec(const U8* p, std::size_t n) {
     U32 sum = 0;

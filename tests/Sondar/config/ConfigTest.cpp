@@ -1,0 +1,181 @@
+// Config: its defaults and attribute order, the checked setters, the derived maxima and the
+// owned transmitters.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "Sondar/config/Config.h"
+
+namespace Sondar {
+namespace {
+
+struct ConfigLog : Config::NotifieeConst {
+    std::vector<std::string> told;
+    void onSupportedEgressStreams() override { told.push_back("supportedEgressStreams"); }
+    void onSupportedIngressStreams() override { told.push_back("supportedIngressStreams"); }
+    void onMaxEgressStreams() override { told.push_back("maxEgressStreams"); }
+    void onMaxIngressStreams() override { told.push_back("maxIngressStreams"); }
+    void onDestinationPort() override { told.push_back("destinationPort"); }
+    void onTransmitter(Rix::Name n) override { told.push_back("transmitter " + n.str()); }
+    void onTransmitter() override { told.push_back("transmitter*"); }
+};
+
+std::string rangeMessage(auto&& f) {
+    try {
+        f();
+    } catch (const Rix::RangeException& e) {
+        return e.what();
+    }
+    return "";
+}
+
+const std::string egressMessage =
+    "Config::maxEgressStreams > Config::supportedEgressStreams not allowed";
+const std::string ingressMessage =
+    "Config::maxIngressStreams > Config::supportedIngressStreams not allowed";
+
+TEST(ConfigTest, DefaultsInAttributeOrder) {
+    const Rix::Ptr<Config> c = configFactory("config");
+    const std::vector<std::pair<std::string, std::string>> want{
+        {"supportedEgressStreams", "50000"},
+        {"supportedIngressStreams", "50000"},
+        {"supportedEgressProbeRate", "1000"},
+        {"supportedEgressProbeBurstRate", "2000"},
+        {"minSupportedProbeInterval", "0.05"},
+        {"rateRecomputeDefer", "2.0"},
+        {"transmitter", "{}"},
+        {"defaultMaxIngressStreams", "50000"},
+        {"maxIngressStreams", "50000"},
+        {"defaultMaxEgressStreams", "50000"},
+        {"maxEgressStreams", "50000"},
+        {"defaultDestinationPort", "49152"},
+        {"destinationPort", "49152"},
+        {"enabled", "False"},
+        {"defaultCheckpointInterval", "60.0"},
+        {"checkpointInterval", "60.0"},
+        {"logMessagePeriod", "30.0"},
+        {"robustness", "25"},
+        {"defaultIgnoreChecksum", "False"},
+        {"ignoreChecksum", "False"},
+        {"defaultPreserveStreams", "False"},
+        {"preserveStreams", "False"},
+        {"defaultAllowDestinationReuse", "False"},
+        {"allowDestinationReuse", "False"}};
+    for (std::size_t i = 0; i < want.size(); ++i) {
+        const Rix::AttributeId id = static_cast<Rix::AttributeId>(258 + i);
+        EXPECT_EQ(c->attributeString(id), want[i].first) << id;
+        EXPECT_EQ(c->attributeText(id).str(), want[i].second) << want[i].first;
+    }
+    EXPECT_STREQ(c->attributeString(282), "unknown");
+    EXPECT_EQ(c->name().str(), "config");
+}
+
+TEST(ConfigTest, ConstantsAndDerivedCannotBeWritten) {
+    Rix::Ptr<Config> c = configFactory("config");
+    for (const char* name :
+         {"defaultMaxIngressStreams", "defaultMaxEgressStreams", "defaultDestinationPort",
+          "defaultCheckpointInterval", "logMessagePeriod", "defaultIgnoreChecksum",
+          "defaultPreserveStreams", "defaultAllowDestinationReuse", "transmitter"}) {
+        try {
+            c->attributeTextIs(name, "1");
+            ADD_FAILURE() << name << " was written";
+        } catch (const Rix::UnsupportedOperationException& e) {
+            EXPECT_EQ(e.attribute(), name);
+        }
+    }
+}
+
+TEST(ConfigTest, CheckedSettersStoreThenThrowAndTellNobody) {
+    struct Case {
+        std::function<void(Config&)> act;
+        std::string message;
+        std::function<U32(const Config&)> read;
+        U32 after;
+        std::vector<std::string> told;
+    };
+    const std::vector<Case> cases{
+        {[](Config& c) { c.maxEgressStreamsIs(60000); },
+         egressMessage,
+         [](const Config& c) { return c.maxEgressStreams(); },
+         60000,
+         {}},
+        {[](Config& c) { c.maxIngressStreamsIs(50001); },
+         ingressMessage,
+         [](const Config& c) { return c.maxIngressStreams(); },
+         50001,
+         {}},
+        {[](Config& c) { c.supportedIngressStreamsIs(100); },
+         ingressMessage,
+         [](const Config& c) { return c.supportedIngressStreams(); },
+         100,
+         {}},
+        {[](Config& c) { c.supportedEgressStreamsIs(49999); },
+         egressMessage,
+         [](const Config& c) { return c.supportedEgressStreams(); },
+         49999,
+         {}},
+        {[](Config& c) { c.attributeTextIs("maxEgressStreams", "50001"); },
+         egressMessage,
+         [](const Config& c) { return c.maxEgressStreams(); },
+         50001,
+         {}},
+        {[](Config& c) {
+             c.maxIngressStreamsIs(50);
+             c.supportedIngressStreamsIs(100);
+         },
+         "",
+         [](const Config& c) { return c.supportedIngressStreams(); },
+         100,
+         {"maxIngressStreams", "supportedIngressStreams"}},
+        {[](Config& c) { c.supportedEgressStreamsIs(70000); },
+         "",
+         [](const Config& c) { return c.defaultMaxEgressStreams(); },
+         4464,
+         {"supportedEgressStreams"}},
+        {[](Config& c) { c.destinationPortIs(49152); },
+         "",
+         [](const Config& c) { return c.destinationPort(); },
+         49152,
+         {}},
+    };
+    for (std::size_t i = 0; i < cases.size(); ++i) {
+        Rix::Ptr<Config> c = configFactory("config");
+        ConfigLog log;
+        log.notifierIs(c);
+        EXPECT_EQ(rangeMessage([&] { cases[i].act(*c); }), cases[i].message) << i;
+        EXPECT_EQ(cases[i].read(*c), cases[i].after) << i;
+        EXPECT_EQ(log.told, cases[i].told) << i;
+    }
+    Rix::Ptr<Config> c = configFactory("config");
+    c->supportedIngressStreamsIs(65536 + 7);
+    EXPECT_EQ(c->attributeText("defaultMaxIngressStreams").str(), "7");
+}
+
+TEST(ConfigTest, OwnsItsTransmitters) {
+    Rix::Ptr<Config> c = configFactory("config");
+    ConfigLog log;
+    log.notifierIs(c);
+    Rix::Ptr<TransmitterConfig> a = c->transmitterIs("a");
+    EXPECT_EQ(c->transmitterIs("a"), a);
+    EXPECT_EQ(a->parent(), c.ptr());
+    EXPECT_EQ(a->attributeInParent(), Config::transmitterId);
+    EXPECT_EQ(c->transmitter("a"), a);
+    EXPECT_FALSE(c->transmitter("b"));
+    Rix::Ptr<TransmitterConfig> b = c->newTransmitter("b");
+    EXPECT_FALSE(b->enabled());
+    EXPECT_EQ(c->transmitterSize(), 2u);
+    c->transmitterDel("a");
+    c->transmitterDel("a");
+    EXPECT_EQ(a->parent(), nullptr);
+    EXPECT_EQ(a->references(), 1);  // only ours is left
+    EXPECT_EQ(c->attributeText("transmitter").str(), "{'b': 'b'}");
+    c->transmitterDelAll();
+    EXPECT_EQ(b->parent(), nullptr);
+    EXPECT_EQ(log.told, (std::vector<std::string>{"transmitter a", "transmitter b", "transmitter a",
+                                                  "transmitter b", "transmitter*"}));
+}
+
+}  // namespace
+}  // namespace Sondar
