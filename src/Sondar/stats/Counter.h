@@ -52,9 +52,11 @@ class Counter {
     friend auto operator<=>(const Counter&, const Counter&) = default;
 
   private:
-    // A session exists when it differs from the default one. The epoch is tested first: it is
-    // cheap and nearly always decides, so the full comparison rarely runs per probe.
-    static bool holds(const EpochSession& s, const Epoch& e) { return s.epoch() == e && exists(s); }
+    // A session exists when it differs from the default one. A session whose epoch is a given
+    // non-zero epoch cannot be the default, so the full comparison runs only for epoch zero.
+    static bool holds(const EpochSession& s, const Epoch& e) {
+        return s.epoch() == e && (e != Epoch() || exists(s));
+    }
     static bool exists(const EpochSession& s) { return !(s == noSession); }
     static const EpochSession noSession;
     void newEpoch(const Epoch& e);
