@@ -11,7 +11,7 @@ namespace Rix {
 namespace {
 
 struct Conversion {
-    std::string_view spec;  // flags, width and precision, without '%' and length modifiers
+    std::string_view flags;  // flags, width and precision, without '%' and length modifiers
     char type;
 };
 
@@ -23,20 +23,20 @@ Conversion nextConversion(std::string_view fmt, std::size_t& pos) {
            std::string_view("-+ #0123456789.").find(fmt[pos]) != std::string_view::npos) {
         ++pos;
     }
-    const std::string_view spec = fmt.substr(start, pos - start);
+    const std::string_view flags = fmt.substr(start, pos - start);
     while (pos < fmt.size() && std::string_view("hlLqjzt").find(fmt[pos]) != std::string_view::npos)
         ++pos;
     RIX_ASSERT(pos < fmt.size() && "log format ends inside a conversion");
     const char type = fmt[pos++];
     RIX_ASSERT(std::string_view("diouxXcfFeEgGaAsp%").find(type) != std::string_view::npos &&
                "log format has an unsupported conversion");
-    return Conversion{spec, type};
+    return Conversion{flags, type};
 }
 
 template <class T>
-void append(std::string& out, std::string_view spec, const char* length, char type, T value) {
+void append(std::string& out, std::string_view flags, const char* length, char type, T value) {
     std::string f = "%";
-    f += spec;
+    f += flags;
     f += length;
     f += type;
     char small[128];
@@ -58,17 +58,17 @@ void appendInteger(std::string& out, const Conversion& c, const LogArg& a) {
         case 'i':
             // an unsigned value above the signed range stays positive
             if (isSigned)
-                append(out, c.spec, "ll", 'd', static_cast<long long>(a.signedValue()));
+                append(out, c.flags, "ll", 'd', static_cast<long long>(a.signedValue()));
             else
-                append(out, c.spec, "ll", 'u', static_cast<unsigned long long>(a.unsignedValue()));
+                append(out, c.flags, "ll", 'u', static_cast<unsigned long long>(a.unsignedValue()));
             return;
         case 'c':
             append(
-                out, c.spec, "", 'c',
+                out, c.flags, "", 'c',
                 static_cast<int>(isSigned ? a.signedValue() : static_cast<S64>(a.unsignedValue())));
             return;
         default:
-            append(out, c.spec, "ll", c.type,
+            append(out, c.flags, "ll", c.type,
                    isSigned ? static_cast<unsigned long long>(a.signedValue())
                             : static_cast<unsigned long long>(a.unsignedValue()));
     }
@@ -107,12 +107,12 @@ std::string logFormat(std::string_view fmt, std::span<const LogArg> args) {
                 RIX_ASSERT(a.kind() == LogArg::Kind::text && "%s takes a string");
                 {
                     const std::string text(a.textValue());
-                    append(out, c.spec, "", 's', text.c_str());
+                    append(out, c.flags, "", 's', text.c_str());
                 }
                 break;
             case 'p':
                 RIX_ASSERT(a.kind() == LogArg::Kind::pointer && "%p takes a pointer");
-                append(out, c.spec, "", 'p', a.pointerValue());
+                append(out, c.flags, "", 'p', a.pointerValue());
                 break;
             case 'd':
             case 'i':
@@ -136,7 +136,7 @@ std::string logFormat(std::string_view fmt, std::span<const LogArg> args) {
                     v = static_cast<double>(a.unsignedValue());
                 else
                     RIX_ASSERT(!"a floating-point conversion takes a number");
-                append(out, c.spec, "", c.type, v);
+                append(out, c.flags, "", c.type, v);
             }
         }
     }

@@ -56,12 +56,12 @@ U16 environmentLevels(const char* module) {
     const char* env = std::getenv("SONDAR_TRACE");
     if (!env) return 0;
     U16 mask = 0;
-    std::string spec(env);
+    std::string setting(env);
     std::size_t start = 0;
-    while (start <= spec.size()) {
-        std::size_t stop = spec.find(';', start);
-        if (stop == std::string::npos) stop = spec.size();
-        const std::string item = trim(spec.substr(start, stop - start));
+    while (start <= setting.size()) {
+        std::size_t stop = setting.find(';', start);
+        if (stop == std::string::npos) stop = setting.size();
+        const std::string item = trim(setting.substr(start, stop - start));
         const auto eq = item.find('=');
         if (eq != std::string::npos) {
             const std::string name = trim(item.substr(0, eq));
@@ -132,12 +132,12 @@ void traceLevelsIs(const std::string& module, const std::string& levels) {
     if (!found) throw RangeException("no trace module named '" + module + "'");
 }
 
-void traceConfigIs(const std::string& spec) {
+void traceConfigIs(const std::string& setting) {
     std::size_t start = 0;
-    while (start <= spec.size()) {
-        std::size_t stop = spec.find(';', start);
-        if (stop == std::string::npos) stop = spec.size();
-        const std::string item = trim(spec.substr(start, stop - start));
+    while (start <= setting.size()) {
+        std::size_t stop = setting.find(';', start);
+        if (stop == std::string::npos) stop = setting.size();
+        const std::string item = trim(setting.substr(start, stop - start));
         if (!item.empty()) {
             const auto eq = item.find('=');
             if (eq == std::string::npos) throw RangeException("bad trace setting: '" + item + "'");

@@ -52,8 +52,8 @@ TraceSink traceSinkIs(TraceSink sink);
 // Set the levels of a module by name from the SONDAR_TRACE level syntax ("6,8", "0-9", "" for
 // none); "*" names every module. Throws RangeException on bad syntax.
 void traceLevelsIs(const std::string& module, const std::string& levels);
-// Apply a whole SONDAR_TRACE specification.
-void traceConfigIs(const std::string& spec);
+// Apply a whole SONDAR_TRACE setting.
+void traceConfigIs(const std::string& setting);
 TraceModule* traceModule(const std::string& name);
 
 void traceEmit(const TraceModule& module, unsigned level, const char* file, int line,
