@@ -17,15 +17,14 @@
 #include <cstddef>
 #include <functional>
 #include <initializer_list>
-#include <map>
 #include <string>
 #include <string_view>
 #include <type_traits>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
 #include "Rix/Exception.h"
+#include "Rix/HashMap.h"
 #include "Rix/Ptr.h"
 #include "Rix/RbTreeMap.h"
 #include "Rix/Strep.h"
@@ -87,8 +86,8 @@ class CollectionIterator {
 };
 
 // Elements of type E (reference counted) by key K, in a hash map or, with an ordered map type,
-// in key order.
-template <class K, class E, class Map = std::unordered_map<K, Ptr<E>>>
+// in key order. Both maps answer the same calls (Rix/MapAdapter.h).
+template <class K, class E, class Map = HashMap<K, Ptr<E>>>
 class Collection {
   public:
     using Key = K;
@@ -97,20 +96,15 @@ class Collection {
     using IteratorConst = CollectionIterator<K, const E, Map>;
 
     E* find(const K& k) const {
-        if constexpr (treeMap) {
-            const Ptr<E>* p = map_.find(k);
-            return p ? p->ptr() : nullptr;
-        } else {
-            auto it = map_.find(k);
-            return it == map_.end() ? nullptr : it->second.ptr();
-        }
+        const Ptr<E>* p = map_.find(k);
+        return p ? p->ptr() : nullptr;
     }
     std::size_t size() const noexcept { return map_.size(); }
     bool empty() const noexcept { return map_.empty(); }
     Iterator iterator() { return Iterator(map_.begin(), map_.end()); }
-    Iterator iterator(const K& k) { return Iterator(at(map_, k), map_.end()); }
+    Iterator iterator(const K& k) { return Iterator(map_.iteratorAt(k), map_.end()); }
     IteratorConst iteratorConst() const { return IteratorConst(map_.begin(), map_.end()); }
-    IteratorConst iteratorConst(const K& k) const { return IteratorConst(at(map_, k), map_.end()); }
+    IteratorConst iteratorConst(const K& k) const { return IteratorConst(map_.iteratorAt(k), map_.end()); }
     // Ordered collections only: from the first key not less than k, and from the first key
     // greater than k; neither needs k to be present.
     Iterator startAt(const K& k) { return Iterator(map_.startAt(k), map_.end()); }
@@ -119,28 +113,14 @@ class Collection {
     IteratorConst findNext(const K& k) const { return IteratorConst(map_.findNext(k), map_.end()); }
 
     // The slot for k, created empty if absent; true when it was created.
-    std::pair<Ptr<E>*, bool> slot(const K& k) {
-        if constexpr (treeMap) {
-            return map_.tryEmplace(k);
-        } else {
-            auto [it, inserted] = map_.try_emplace(k);
-            return {&it->second, inserted};
-        }
-    }
+    std::pair<Ptr<E>*, bool> slot(const K& k) { return map_.tryEmplace(k); }
     // Removes k's element and hands it over; null when absent.
     Ptr<E> take(const K& k) {
         Ptr<E> e;
-        if constexpr (treeMap) {
-            if (Ptr<E>* p = map_.find(k)) {
-                e = std::move(*p);
-                map_.erase(k);
-            }
-        } else {
-            auto it = map_.find(k);
-            if (it != map_.end()) {
-                e = std::move(it->second);
-                map_.erase(it);
-            }
+        auto it = map_.iteratorAt(k);
+        if (it != map_.end()) {
+            e = std::move(it->second);
+            map_.erase(it);
         }
         return e;
     }
@@ -148,27 +128,15 @@ class Collection {
     const Map& map() const noexcept { return map_; }
 
   private:
-    static constexpr bool treeMap = requires(Map m, const K& k) { m.startAt(k); };
-    // Exactly k, or the end.
-    template <class M>
-    static auto at(M& m, const K& k) {
-        if constexpr (treeMap) {
-            auto it = m.startAt(k);
-            return it != m.end() && !(k < it->first) ? it : m.end();
-        } else {
-            return m.find(k);
-        }
-    }
     Map map_;
 };
 
-template <class K, class V, class Hash = std::hash<K>>
-using MemberCollection =
-    Collection<K, Member<K, V>, std::unordered_map<K, Ptr<Member<K, V>>, Hash>>;
+template <class K, class V, class Hash = DefaultHash<K>>
+using MemberCollection = Collection<K, Member<K, V>, HashMap<K, Ptr<Member<K, V>>, Hash>>;
 template <class K, class V, class Less = std::less<K>>
 using OrderedMemberCollection = Collection<K, Member<K, V>, RbTreeMap<K, Ptr<Member<K, V>>, Less>>;
-template <class K, class C, class Hash = std::hash<K>>
-using ChildCollection = Collection<K, C, std::unordered_map<K, Ptr<C>, Hash>>;
+template <class K, class C, class Hash = DefaultHash<K>>
+using ChildCollection = Collection<K, C, HashMap<K, Ptr<C>, Hash>>;
 
 class Entity;
 
