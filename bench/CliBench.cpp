@@ -13,7 +13,7 @@
 #include "BenchGoals.h"
 #include "Wirex/PcapFile.h"
 #include "sondar/Analyzer.h"
-#include "sondar/BufferedPcapWriter.h"
+#include "Wirex/PcapFile.h"
 #include "sondar/Generator.h"
 
 namespace {
@@ -55,7 +55,7 @@ SondarCli::GenerateOptions benchOptions() {
 U64 framesWritten = 0;
 
 SondarCli::GenerateResult generateInto(const std::string& path) {
-    auto writer = Rix::Ptr<SondarCli::BufferedPcapWriter>(new SondarCli::BufferedPcapWriter(path));
+    auto writer = SondarCli::pcapOutput(path);
     return SondarCli::generate(benchOptions(), writer, writer.ptr());
 }
 

@@ -56,12 +56,22 @@ PcapWriter::PcapWriter(const std::string& path, U32 snapLength)
 }
 
 PcapWriter::~PcapWriter() {
+    flush();
     if (file_) std::fclose(file_);
+}
+
+void PcapWriter::bufferedIs(bool buffered) {
+    if (!buffered) flush();
+    buf_.assign(buffered ? std::size_t{1} << 20 : 0, 0);
 }
 
 void PcapWriter::send(const Rix::Ptr<Pkt>& pkt) noexcept {
     if (!pkt) {
         framesDroppedInc();
+        return;
+    }
+    if (fixedTime_) {
+        frameWrite(pkt->data(), pkt->bytes(), seconds_, useconds_);
         return;
     }
     timespec ts{};
@@ -71,13 +81,22 @@ void PcapWriter::send(const Rix::Ptr<Pkt>& pkt) noexcept {
 }
 
 bool PcapWriter::frameWrite(const U8* data, U32 length, U64 seconds, U32 useconds) noexcept {
-    std::lock_guard<std::mutex> lock(mutex_);
     const U32 captured = length < snapLength_ ? length : snapLength_;
     U8 h[16];
     putLe32(h, static_cast<U32>(seconds));
     putLe32(h + 4, useconds);
     putLe32(h + 8, captured);
     putLe32(h + 12, length);
+    const std::size_t record = sizeof h + captured;
+    if (!buf_.empty() && used_ + record > buf_.size() && !flush()) return false;
+    if (record <= buf_.size()) {
+        std::memcpy(buf_.data() + used_, h, sizeof h);
+        std::memcpy(buf_.data() + used_ + sizeof h, data, captured);
+        used_ += record;
+        framesSentInc();
+        return true;
+    }
+    // unbuffered, or a record larger than the whole buffer
     const bool ok = std::fwrite(h, 1, sizeof h, file_) == sizeof h &&
                     std::fwrite(data, 1, captured, file_) == captured && std::fflush(file_) == 0;
     if (!ok) {
@@ -87,6 +106,17 @@ bool PcapWriter::frameWrite(const U8* data, U32 length, U64 seconds, U32 usecond
     }
     framesSentInc();
     return true;
+}
+
+bool PcapWriter::flush() noexcept {
+    if (used_ == 0 || !file_) return true;
+    const bool ok = std::fwrite(buf_.data(), 1, used_, file_) == used_ && std::fflush(file_) == 0;
+    used_ = 0;
+    if (!ok) {
+        sendErrorsInc();
+        std::clearerr(file_);
+    }
+    return ok;
 }
 
 PcapReader::PcapReader(const std::string& path, IntfId ingressIntf)

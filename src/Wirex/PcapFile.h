@@ -9,7 +9,6 @@
 // nanosecond time stamps. A file that is empty, truncated, not pcap, or has a record longer than
 // its snap length raises Rix::RangeException naming the file; it never reads past what it holds.
 #include <cstdio>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -27,22 +26,41 @@ class PcapWriter : public Pam {
     // Creates (or truncates) the file and writes the file header. Throws Rix::RuntimeException
     // naming the file when it cannot be created or written.
     explicit PcapWriter(const std::string& path, U32 snapLength = 65535);
+    // Writes out what is buffered.
     ~PcapWriter() override;
 
-    // Writes the frame with the current wall-clock time. A frame longer than the snap length is
-    // written cut to it, with its full length recorded. A failed write counts as a send error.
+    // Frames go to the file as they are sent (the default, so that a reader can follow the file),
+    // or, buffered, collect in memory and go out when the buffer is full, on flush() and at the
+    // end: one write per megabyte instead of per frame, for bulk captures.
+    void bufferedIs(bool buffered);
+    // Frames sent from now on carry this time stamp instead of the wall clock's time, as a
+    // generator that lays out a stream's timing does.
+    void timeIs(U64 seconds, U32 useconds) noexcept {
+        fixedTime_ = true;
+        seconds_ = seconds;
+        useconds_ = useconds;
+    }
+
+    // Writes the frame. A frame longer than the snap length is written cut to it, with its full
+    // length recorded. A failed write counts as a send error.
     void send(const Rix::Ptr<Pkt>& pkt) noexcept override;
     // Writes bytes with a given time stamp; false (and a send error) when the write failed.
     bool frameWrite(const U8* data, U32 length, U64 seconds, U32 useconds) noexcept;
+    // Writes out what is buffered; false (and a send error) when the write failed.
+    bool flush() noexcept;
 
     const std::string& path() const noexcept { return path_; }
     U32 snapLength() const noexcept { return snapLength_; }
 
   private:
-    std::mutex mutex_;
     std::string path_;
     U32 snapLength_;
     std::FILE* file_ = nullptr;
+    std::vector<U8> buf_;  // empty unless buffered
+    std::size_t used_ = 0;
+    bool fixedTime_ = false;
+    U64 seconds_ = 0;
+    U32 useconds_ = 0;
 };
 
 class PcapReader : public FrameSource {

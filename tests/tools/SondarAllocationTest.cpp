@@ -10,7 +10,6 @@
 #include "Wirex/FrameParser.h"
 #include "Wirex/PcapFile.h"
 #include "sondar/Analyzer.h"
-#include "sondar/BufferedPcapWriter.h"
 #include "sondar/Generator.h"
 
 namespace {
@@ -65,7 +64,7 @@ unsigned long generateAllocations(U64 count, const std::string& path) {
     const unsigned long before = allocations.load();
     {
         auto writer =
-            Rix::Ptr<SondarCli::BufferedPcapWriter>(new SondarCli::BufferedPcapWriter(path));
+            SondarCli::pcapOutput(path);
         SondarCli::generate(options(count), writer, writer.ptr());
     }
     return allocations.load() - before;

@@ -4,7 +4,6 @@
 #include "ToolTestUtil.h"
 #include "Wirex/PcapFile.h"
 #include "sondar/Analyzer.h"
-#include "sondar/BufferedPcapWriter.h"
 #include "sondar/Generator.h"
 #include "sondar/Report.h"
 
@@ -65,7 +64,7 @@ Outcome roundTrip(const GenerateOptions& o, const std::string& path) {
     SondarCli::GenerateResult truth;
     {
         auto writer =
-            Rix::Ptr<SondarCli::BufferedPcapWriter>(new SondarCli::BufferedPcapWriter(path));
+            SondarCli::pcapOutput(path);
         truth = SondarCli::generate(o, writer, writer.ptr());
     }
     SondarCli::AnalyzeOptions a;

@@ -13,7 +13,7 @@
 #include "Rix/Format.h"
 #include "Wirex/PcapFile.h"
 #include "sondar/Analyzer.h"
-#include "sondar/BufferedPcapWriter.h"
+#include "Wirex/PcapFile.h"
 #include "sondar/Generator.h"
 #include "sondar/Report.h"
 
@@ -275,7 +275,7 @@ int generateCommand(const std::vector<std::string>& args, std::ostream& out, std
         throw UsageError(e.what());
     }
 
-    auto writer = Rix::Ptr<BufferedPcapWriter>(new BufferedPcapWriter(*path));
+    auto writer = pcapOutput(*path);
     std::function<void(U64, U64)> progress;
     if (progressWanted(a)) {
         progress = [&err](U64 done, U64 total) {
@@ -400,7 +400,7 @@ int demoCommand(const std::vector<std::string>& args, std::ostream& out, std::os
         static_cast<unsigned long long>(g.seed));
     GenerateResult truth;
     {
-        auto writer = Rix::Ptr<BufferedPcapWriter>(new BufferedPcapWriter(path));
+        auto writer = pcapOutput(path);
         truth = generate(g, writer, writer.ptr());
     }
     out << "== generate: the ground truth\n";

@@ -6,9 +6,15 @@
 #include "Rix/Format.h"
 #include "Sondar/probe/ProbePacket.h"
 #include "Wirex/Pkt.h"
-#include "sondar/BufferedPcapWriter.h"
+#include "Wirex/PcapFile.h"
 
 namespace SondarCli {
+
+Rix::Ptr<Wirex::PcapWriter> pcapOutput(const std::string& path) {
+    Rix::Ptr<Wirex::PcapWriter> writer(new Wirex::PcapWriter(path));
+    writer->bufferedIs(true);
+    return writer;
+}
 namespace {
 
 const Wirex::EthAddr srcMac(0x00, 0x1c, 0x73, 0x00, 0x00, 0x01);
@@ -91,7 +97,7 @@ void generateOptionsCheck(const GenerateOptions& o) {
 }
 
 GenerateResult generate(const GenerateOptions& o, const Rix::Ptr<Wirex::Pam>& pam,
-                        BufferedPcapWriter* writer, const std::function<void(U64, U64)>& progress) {
+                        Wirex::PcapWriter* writer, const std::function<void(U64, U64)>& progress) {
     generateOptionsCheck(o);
     Random random(o.seed);
     Wirex::Pkt::Manager pool;

@@ -12,9 +12,9 @@
 #include "Wirex/IntfId.h"
 #include "Wirex/Pam.h"
 
-namespace SondarCli {
+#include "Wirex/PcapFile.h"
 
-class BufferedPcapWriter;
+namespace SondarCli {
 
 struct GenerateOptions {
     std::vector<Wirex::IpAddr> destinations{Wirex::IpAddr(10, 0, 0, 2)};
@@ -59,13 +59,16 @@ struct GenerateResult {
     U64 framesWritten = 0;
 };
 
+// A pcap file for generated probes: buffered, with the time stamps the generator gives.
+Rix::Ptr<Wirex::PcapWriter> pcapOutput(const std::string& path);
+
 // Throws Rix::RangeException for options that cannot describe a run.
 void generateOptionsCheck(const GenerateOptions& options);
 
 // Writes the streams through `pam`, probes of all streams interleaved slot by slot. `writer`, when
 // given, receives each slot's time stamp. `progress` is called now and then with the slots done.
 GenerateResult generate(const GenerateOptions& options, const Rix::Ptr<Wirex::Pam>& pam,
-                        BufferedPcapWriter* writer = nullptr,
+                        Wirex::PcapWriter* writer = nullptr,
                         const std::function<void(U64, U64)>& progress = {});
 
 }  // namespace SondarCli
