@@ -211,7 +211,6 @@ TEST_F(EntityTest, DirtyBitsFollowPublishedAttributesOnly) {
     g->dirtyClear();
     g->countIs(1);
     EXPECT_EQ(g->dirtyBits(), 0u);
-    EXPECT_TRUE(g->rixHasAttrLogInterface());
 }
 
 TEST_F(EntityTest, MembersAndChildren) {
