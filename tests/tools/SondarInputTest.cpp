@@ -116,30 +116,27 @@ TEST(SondarBadInput, BadFilesAndOptionsEndInAMessageAndAStatus) {
         std::ofstream(dir.file(name), std::ios::binary) << content;
         return dir.file(name);
     };
-    const std::string empty = make("empty.pcap", "");
-    const std::string cutRecord = make("cut-record.pcap", bytes.substr(0, 24 + 16 + 40));
-    const std::string cutHeader = make("cut-header.pcap", bytes.substr(0, 24 + 106 + 7));
-    const std::string cutFile = make("cut-file.pcap", bytes.substr(0, 10));
-    const std::string text = make("text.pcap", "this is not a capture file at all\n");
     // A record whose captured length is below its wire length: the frame was cut short.
     std::string snapped = bytes.substr(0, 24 + 16 + 60);
     snapped[24 + 8] = 60;
-    const std::string snappedFile = make("snapped.pcap", snapped);
     // A record announcing more bytes than any snap length allows.
     std::string huge = bytes.substr(0, 24 + 106);
     huge[24 + 11] = 0x7f;
-    const std::string hugeFile = make("huge.pcap", huge);
-
+    const std::string analyze = "analyze ", gen = "generate -o " + dir.file("x.pcap") + " ";
     const std::vector<BadCase> cases = {
-        {"missing file", "analyze " + dir.file("absent.pcap"), 1, "cannot open"},
-        {"directory", "analyze " + dir.path(), 1, "is a directory"},
-        {"empty file", "analyze " + empty, 1, "is empty"},
-        {"truncated record", "analyze " + cutRecord, 1, "truncated record 1"},
-        {"truncated record header", "analyze " + cutHeader, 1, "truncated record header"},
-        {"truncated file header", "analyze " + cutFile, 1, "truncated file header"},
-        {"not pcap", "analyze " + text, 1, "not a pcap file"},
-        {"frame cut by the snap length", "analyze " + snappedFile, 1, "1 truncated"},
-        {"record beyond the snap length", "analyze " + hugeFile, 1, "longer than the snap length"},
+        {"missing file", analyze + dir.file("absent.pcap"), 1, "cannot open"},
+        {"directory", analyze + dir.path(), 1, "is a directory"},
+        {"empty file", analyze + make("empty.pcap", ""), 1, "is empty"},
+        {"truncated record", analyze + make("r.pcap", bytes.substr(0, 24 + 16 + 40)), 1,
+         "truncated record 1"},
+        {"truncated record header", analyze + make("h.pcap", bytes.substr(0, 24 + 106 + 7)), 1,
+         "truncated record header"},
+        {"truncated file header", analyze + make("f.pcap", bytes.substr(0, 10)), 1,
+         "truncated file header"},
+        {"not pcap", analyze + make("t.pcap", "not a capture file at all\n"), 1, "not a pcap file"},
+        {"frame cut by the snap length", analyze + make("s.pcap", snapped), 1, "1 truncated"},
+        {"record beyond the snap length", analyze + make("l.pcap", huge), 1,
+         "longer than the snap length"},
         {"no command", "", 2, "a command is needed"},
         {"unknown command", "frob", 2, "unknown command 'frob'"},
         {"analyze without a file", "analyze", 2, "exactly one pcap file"},
@@ -147,23 +144,16 @@ TEST(SondarBadInput, BadFilesAndOptionsEndInAMessageAndAStatus) {
         {"option without value", "analyze " + good + " --dst-port", 2, "needs a value"},
         {"port out of range", "analyze " + good + " --dst-port 65536", 2, "--dst-port: '65536'"},
         {"generate without output", "generate --count 5", 2, "needs an output file"},
-        {"bad address", "generate -o " + dir.file("x.pcap") + " --dst 10.0.0.300", 2,
-         "not an IPv4"},
-        {"TTL zero", "generate -o " + dir.file("x.pcap") + " --ttl 0", 2, "TTL of 0"},
-        {"zero count", "generate -o " + dir.file("x.pcap") + " --count 0", 2, "at least 1"},
-        {"probability above 1", "generate -o " + dir.file("x.pcap") + " --dup 1.5", 2,
-         "probability"},
-        {"bad protocol", "generate -o " + dir.file("x.pcap") + " --proto sctp", 2,
-         "neither udp nor tcp"},
-        {"VLAN too high", "generate -o " + dir.file("x.pcap") + " --vlan 4095", 2, "--vlan"},
-        {"bad epoch", "generate -o " + dir.file("x.pcap") + " --epoch 5.1234567", 2, "--epoch"},
-        {"first sequence zero", "generate -o " + dir.file("x.pcap") + " --first-seq 0", 2,
-         "at least 1"},
-        {"wrapping sequence",
-         "generate -o " + dir.file("x.pcap") + " --first-seq 18446744073709551615 --count 2", 2,
-         "wrap"},
-        {"too many restarts", "generate -o " + dir.file("x.pcap") + " --count 5 --restarts 5", 2,
-         "restarts"},
+        {"bad address", gen + "--dst 10.0.0.300", 2, "not an IPv4"},
+        {"TTL zero", gen + "--ttl 0", 2, "TTL of 0"},
+        {"zero count", gen + "--count 0", 2, "at least 1"},
+        {"probability above 1", gen + "--dup 1.5", 2, "probability"},
+        {"bad protocol", gen + "--proto sctp", 2, "neither udp nor tcp"},
+        {"VLAN too high", gen + "--vlan 4095", 2, "--vlan"},
+        {"bad epoch", gen + "--epoch 5.1234567", 2, "--epoch"},
+        {"first sequence zero", gen + "--first-seq 0", 2, "at least 1"},
+        {"wrapping sequence", gen + "--first-seq 18446744073709551615 --count 2", 2, "wrap"},
+        {"too many restarts", gen + "--count 5 --restarts 5", 2, "restarts"},
         {"unwritable output", "generate -o " + dir.path() + "/no/such/dir/x.pcap", 1,
          "cannot create"},
         {"flag with a value", "demo --help=yes", 2, "takes no value"},
