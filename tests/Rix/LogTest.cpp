@@ -33,18 +33,6 @@ class LogTest : public ::testing::Test {
     Rix::LogSink oldSink_;
 };
 
-TEST_F(LogTest, HandleKeepsWhatItWasBuiltFrom) {
-    Rix::LogHandle h("X_NOTICE", 6, "a %d b ", "explained", Rix::NoActionRequired, 30.0, 1.0, 7);
-    EXPECT_STREQ(h.name(), "X_NOTICE");
-    EXPECT_EQ(h.severity(), 6);
-    EXPECT_STREQ(h.format(), "a %d b ");
-    EXPECT_STREQ(h.explanation(), "explained");
-    EXPECT_STREQ(h.recommendedAction(), "No action is required.");
-    EXPECT_EQ(h.minInterval(), 30.0);
-    EXPECT_EQ(h.burst(), 1.0);
-    EXPECT_EQ(h.flags(), 7);
-}
-
 // The oracle is snprintf with the length modifier that matches each argument's real type.
 TEST_F(LogTest, FormattingTakesArgumentsByTheirOwnType) {
     const U64 big = std::numeric_limits<U64>::max();
@@ -77,16 +65,9 @@ TEST_F(LogTest, MismatchedArgumentsAreProgrammingErrors) {
 }
 
 TEST_F(LogTest, LogGoesToTheSinkWithNameAndSeverity) {
-    Rix::LogHandle h(
-        "SONDAR_PROBES_LOST", 4,
-        "Sondar detected %d probe(s) lost for all probe streams over the last %d seconds.", "e",
-        "a", 0.0, 1.0, 0);
+    Rix::LogHandle h("SONDAR_PROBES_LOST", 4, "%d lost in %d s", "e", "a", 0.0, 1.0, 0);
     h.log(U64{17}, 30);
-    ASSERT_EQ(lines_.size(), 1u);
-    EXPECT_EQ(
-        lines_[0],
-        "SONDAR_PROBES_LOST|4|Sondar detected 17 probe(s) lost for all probe streams over the last "
-        "30 seconds.");
+    EXPECT_EQ(lines_, std::vector<std::string>{"SONDAR_PROBES_LOST|4|17 lost in 30 s"});
 }
 
 TEST_F(LogTest, RateLimitAllowsBurstMessagesPerInterval) {
@@ -113,10 +94,11 @@ TEST_F(LogTest, RateLimitAllowsBurstMessagesPerInterval) {
     fakeNow += 10.0;
     EXPECT_TRUE(three.okToLog());
 
+    three.log();  // log() always emits; the limit is for okToLog() to tell
     Rix::LogHandle unlimited("FREE", 4, "m", "e", "a", 0.0, 1.0, 0);
-    for (int i = 0; i < 5; ++i) unlimited.log();
+    unlimited.log();
     EXPECT_TRUE(unlimited.okToLog());
-    EXPECT_EQ(lines_.size(), 10u) << "log() always emits; the limit is for okToLog() to tell";
+    EXPECT_EQ(lines_.size(), 7u);
 }
 
 }  // namespace

@@ -65,6 +65,10 @@ TEST_F(TraceTest, LevelSyntaxAndTheApi) {
     m.levelIs(12, true);  // no such level: ignored
     EXPECT_EQ(m.levels(), 0x20);
     EXPECT_EQ(Rix::traceModule("TraceTestB"), &m);
+    { Rix::TraceModule gone("TraceTestGone"); }  // leaves the registry when destroyed
+    EXPECT_EQ(Rix::traceModule("TraceTestGone"), nullptr);
+    Rix::traceLevelsIs("*", "1");  // touches every registered module
+    EXPECT_EQ(m.levels(), 0x2);
     Rix::traceLevelsIs("*", "");
     EXPECT_EQ(m.levels(), 0);
 }
@@ -76,15 +80,6 @@ TEST_F(TraceTest, EnvironmentSetsModulesAsTheyRegister) {
     // later items win: "*" overrides C, D is set after it
     EXPECT_EQ(c.levels(), 0x2);
     EXPECT_EQ(d.levels(), 0x7);
-}
-
-TEST_F(TraceTest, AModuleLeavesTheRegistryWhenDestroyed) {
-    Rix::TraceModule stays("TraceTestStays");
-    { Rix::TraceModule gone("TraceTestGone"); }
-    EXPECT_EQ(Rix::traceModule("TraceTestGone"), nullptr);
-    Rix::traceLevelsIs("*", "1");  // touches every registered module
-    EXPECT_EQ(stays.levels(), 0x2);
-    Rix::traceLevelsIs("*", "");
 }
 
 }  // namespace

@@ -48,16 +48,14 @@ void operator delete[](void* p, const std::nothrow_t&) noexcept { std::free(p); 
 namespace {
 
 SondarCli::GenerateOptions options(U64 count) {
-    SondarCli::GenerateOptions o;
-    o.destinations = {Wirex::IpAddr(10, 0, 0, 2), Wirex::IpAddr(10, 0, 0, 3)};
-    o.ttls = {64, 128};
-    o.count = count;
-    o.loss = 0.05;
-    o.duplication = 0.05;
-    o.reorder = 0.05;
-    o.reorderDepth = 4;
-    o.restarts = 2;
-    return o;
+    return {.destinations = {Wirex::IpAddr(10, 0, 0, 2), Wirex::IpAddr(10, 0, 0, 3)},
+            .ttls = {64, 128},
+            .count = count,
+            .loss = 0.05,
+            .duplication = 0.05,
+            .reorder = 0.05,
+            .reorderDepth = 4,
+            .restarts = 2};
 }
 
 unsigned long generateAllocations(U64 count, const std::string& path) {
@@ -89,17 +87,17 @@ TEST(SondarAllocation, AnalyzingProbesOfKnownStreamsAllocatesNothing) {
     while (reader.nextFrame(f)) frames.emplace_back(f.data, f.data + f.length);
 
     SondarCli::Analyzer analyzer{SondarCli::AnalyzeOptions()};
+    auto feed = [&](std::size_t from, std::size_t to) {
+        for (std::size_t i = from; i < to; ++i) {
+            const U32 n = static_cast<U32>(frames[i].size());
+            analyzer.frameIs(frames[i].data(), n, n);
+        }
+    };
     const std::size_t warm = frames.size() / 10;
-    for (std::size_t i = 0; i < warm; ++i) {
-        analyzer.frameIs(frames[i].data(), static_cast<U32>(frames[i].size()),
-                         static_cast<U32>(frames[i].size()));
-    }
+    feed(0, warm);
     ASSERT_EQ(analyzer.streams().size(), 4u);
     const unsigned long before = allocations.load();
-    for (std::size_t i = warm; i < frames.size(); ++i) {
-        analyzer.frameIs(frames[i].data(), static_cast<U32>(frames[i].size()),
-                         static_cast<U32>(frames[i].size()));
-    }
+    feed(warm, frames.size());
     analyzer.doCalcLoss();
     EXPECT_EQ(allocations.load() - before, 0u);
     EXPECT_EQ(analyzer.totals().probes, frames.size());

@@ -21,9 +21,8 @@ inline std::string sondarBinary() {
 class ScratchDir {
   public:
     ScratchDir() {
-        std::string pattern =
-            (std::filesystem::temp_directory_path() / "sondar-tool-XXXXXX").string();
-        path_ = ::mkdtemp(pattern.data()) ? pattern : std::string();
+        path_ = (std::filesystem::temp_directory_path() / "sondar-tool-XXXXXX").string();
+        if (!::mkdtemp(path_.data())) path_.clear();
     }
     ~ScratchDir() {
         std::error_code ec;
@@ -37,9 +36,8 @@ class ScratchDir {
 };
 
 inline std::string slurp(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
     std::stringstream s;
-    s << in.rdbuf();
+    s << std::ifstream(path, std::ios::binary).rdbuf();
     return s.str();
 }
 
@@ -54,13 +52,9 @@ struct Outcome {
 inline Outcome runShell(const std::string& command, const ScratchDir& dir) {
     const std::string out = dir.file("stdout.txt"), err = dir.file("stderr.txt");
     const int raw = std::system((command + " </dev/null >" + out + " 2>" + err).c_str());
-    Outcome r;
     // The shell reports a child killed by a signal as 128 + the signal.
-    r.exited = WIFEXITED(raw) && WEXITSTATUS(raw) < 128;
-    r.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-    r.out = slurp(out);
-    r.err = slurp(err);
-    return r;
+    return {WIFEXITED(raw) && WEXITSTATUS(raw) < 128, WIFEXITED(raw) ? WEXITSTATUS(raw) : -1,
+            slurp(out), slurp(err)};
 }
 
 inline Outcome runSondar(const std::string& args, const ScratchDir& dir) {
