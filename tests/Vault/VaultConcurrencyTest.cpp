@@ -42,17 +42,12 @@ TornFigures readWhileWriting(const ReaderOptions& options) {
     Record r;
     for (U64 n = 0;; ++n) {
         const U64 k = n % hotKeys;
-        switch (reader.find(k, r)) {
-            case ReadResult::found:
-                ++f.accepted;
-                if (!r.intact() || r.key != k) ++f.torn;
-                break;
-            case ReadResult::busy:
-                ++f.busy;
-                break;
-            default:
-                ++f.torn;
-                break;  // a present key must never read absent or corrupt
+        const ReadResult got = reader.find(k, r);
+        f.accepted += got == ReadResult::found;
+        f.busy += got == ReadResult::busy;
+        // a present key must never read absent or corrupt, nor an accepted copy be torn
+        if (got != ReadResult::busy && (got != ReadResult::found || !r.intact() || r.key != k)) {
+            ++f.torn;
         }
         if (n % 1024 == 0 && waitpid(writer, nullptr, WNOHANG) == writer) break;
     }

@@ -179,61 +179,62 @@ TEST(VaultMap, ReaderInAnotherProcessSeesInsertsUpdatesAndRemoves) {
     EXPECT_EQ(waitExit(child), 0);
 }
 
-struct Mode {
-    Permissions permissions;
-    mode_t mode;
-};
-class VaultMapPermissions : public ::testing::TestWithParam<Mode> {};
-
-TEST_P(VaultMapPermissions, CreatesWithExactModeWhateverTheUmask) {
-    ScopedName name;
-    const mode_t old = umask(0077);
-    CollectionControl control(*name, 8, GetParam().permissions);
-    Map map;
-    map.mount(control);
-    umask(old);
-    struct stat st {};
-    ASSERT_EQ(stat(("/dev/shm/" + *name).c_str(), &st), 0);
-    EXPECT_EQ(st.st_mode & 07777, GetParam().mode);
-    EXPECT_EQ(control.state(), MountState::created);
+TEST(VaultMap, CreatesWithExactModeWhateverTheUmask) {
+    for (const auto& [permissions, mode] : {std::pair{Permissions::ownerOnly, mode_t(0600)},
+                                            std::pair{Permissions::groupRead, mode_t(0640)}}) {
+        ScopedName name;
+        const mode_t old = umask(0077);
+        CollectionControl control(*name, 8, permissions);
+        Map map;
+        map.mount(control);
+        umask(old);
+        struct stat st {};
+        ASSERT_EQ(stat(("/dev/shm/" + *name).c_str(), &st), 0);
+        EXPECT_EQ(st.st_mode & 07777, mode);
+        EXPECT_EQ(control.state(), MountState::created);
+    }
 }
-INSTANTIATE_TEST_SUITE_P(Modes, VaultMapPermissions,
-                         ::testing::Values(Mode{Permissions::ownerOnly, 0600},
-                                           Mode{Permissions::groupRead, 0640}));
+
+// Lays out a segment under the table's name as another program, or a writer that died before
+// writing the header, would leave it.
+void makeSegment(const std::string& name, mode_t mode, U64 size, bool junk, uid_t owner = 0) {
+    const int fd = shm_open(("/" + name).c_str(), O_RDWR | O_CREAT | O_EXCL, mode);
+    ASSERT_GE(fd, 0);
+    ASSERT_EQ(fchmod(fd, mode), 0);
+    ASSERT_EQ(ftruncate(fd, size), 0);
+    if (junk) {
+        ASSERT_EQ(write(fd, "junk", 4), 4);
+    }
+    if (owner) {
+        ASSERT_EQ(fchown(fd, owner, 0), 0);
+    }
+    close(fd);
+}
 
 // A segment someone else prepared under the table's name is refused, naming what is wrong.
 TEST(VaultMap, RefusesForeignSegments) {
     const U64 bytes = segmentBytesFor(8, sizeof(Key), sizeof(Record));
     struct Case {
-        const char* what;
         mode_t mode;
         U64 size;
         uid_t owner;
         std::string error;
     };
     const std::vector<Case> cases = {
-        {"wrong mode", 0644, bytes, 0, "has mode 0644, expected 0600"},
-        {"wrong size", 0600, bytes + 8, 0, "is " + std::to_string(bytes + 8) + " bytes, expected"},
-        {"wrong owner", 0600, bytes, 4242, "belongs to uid 4242"},
-        {"not a table", 0600, bytes, 0, "is not a table (bad magic)"},
+        {0644, bytes, 0, "has mode 0644, expected 0600"},
+        {0600, bytes + 8, 0, "is " + std::to_string(bytes + 8) + " bytes, expected"},
+        {0600, bytes, 4242, "belongs to uid 4242"},
+        {0600, bytes, 0, "is not a table (bad magic)"},
     };
     for (const Case& c : cases) {
         if (c.owner && geteuid() != 0) continue;  // only root can give a segment away
         ScopedName name;
-        const int fd = shm_open(("/" + *name).c_str(), O_RDWR | O_CREAT | O_EXCL, c.mode);
-        ASSERT_GE(fd, 0);
-        ASSERT_EQ(fchmod(fd, c.mode), 0);
-        ASSERT_EQ(ftruncate(fd, c.size), 0);
-        ASSERT_EQ(write(fd, "junk", 4), 4);
-        if (c.owner) {
-            ASSERT_EQ(fchown(fd, c.owner, 0), 0);
-        }
-        close(fd);
+        makeSegment(*name, c.mode, c.size, true, c.owner);
         CollectionControl control(*name, 8);
         Map map;
         const std::string error = errorOf([&] { map.mount(control); });
-        EXPECT_NE(error.find("/" + *name), std::string::npos) << c.what << ": " << error;
-        EXPECT_NE(error.find(c.error), std::string::npos) << c.what << ": " << error;
+        EXPECT_NE(error.find("/" + *name), std::string::npos) << error;
+        EXPECT_NE(error.find(c.error), std::string::npos) << error;
         EXPECT_EQ(control.state(), MountState::failed);
         EXPECT_EQ(control.error(), error);
     }
@@ -243,11 +244,7 @@ TEST(VaultMap, RefusesForeignSegments) {
 // right owner, mode and size: the next writer finishes it instead of refusing it forever.
 TEST(VaultMap, FinishesSegmentWhoseCreatorDiedBeforeTheHeader) {
     ScopedName name;
-    const int fd = shm_open(("/" + *name).c_str(), O_RDWR | O_CREAT | O_EXCL, 0600);
-    ASSERT_GE(fd, 0);
-    ASSERT_EQ(fchmod(fd, 0600), 0);
-    ASSERT_EQ(ftruncate(fd, segmentBytesFor(8, sizeof(Key), sizeof(Record))), 0);
-    close(fd);
+    makeSegment(*name, 0600, segmentBytesFor(8, sizeof(Key), sizeof(Record)), false);
     EXPECT_THROW(Reader r(*name), Exception) << "no table before the header is written";
     CollectionControl control(*name, 8);
     Map map;
