@@ -22,9 +22,7 @@ constexpr U64 updates = 1'000'000;
 constexpr U64 hotKeys = 4;
 
 struct TornFigures {
-    U64 accepted = 0;
-    U64 torn = 0;
-    U64 busy = 0;
+    U64 accepted = 0, torn = 0, busy = 0;
 };
 
 // A child process makes `updates` updates over a few keys while this process reads them and
@@ -44,17 +42,12 @@ TornFigures readWhileWriting(const ReaderOptions& options) {
     Record r;
     for (U64 n = 0;; ++n) {
         const U64 k = n % hotKeys;
-        switch (reader.find(k, r)) {
-            case ReadResult::found:
-                ++f.accepted;
-                if (!r.intact() || r.key != k) ++f.torn;
-                break;
-            case ReadResult::busy:
-                ++f.busy;
-                break;
-            default:
-                ++f.torn;
-                break;  // a present key must never read absent or corrupt
+        const ReadResult got = reader.find(k, r);
+        f.accepted += got == ReadResult::found;
+        f.busy += got == ReadResult::busy;
+        // a present key must never read absent or corrupt, nor an accepted copy be torn
+        if (got != ReadResult::busy && (got != ReadResult::found || !r.intact() || r.key != k)) {
+            ++f.torn;
         }
         if (n % 1024 == 0 && waitpid(writer, nullptr, WNOHANG) == writer) break;
     }
@@ -65,10 +58,7 @@ TEST(VaultConcurrency, NoTornReadAcceptedDuringMillionUpdates) {
     ReaderOptions options;
     options.verifyChecks = false;  // the sequence counters alone must keep copies whole
     const TornFigures f = readWhileWriting(options);
-    RecordProperty("accepted", std::to_string(f.accepted));
-    std::printf("torn reads: %llu accepted, %llu torn, %llu busy\n", (unsigned long long)f.accepted,
-                (unsigned long long)f.torn, (unsigned long long)f.busy);
-    EXPECT_EQ(f.torn, 0u);
+    EXPECT_EQ(f.torn, 0u) << f.accepted << " accepted, " << f.busy << " busy";
     EXPECT_GT(f.accepted, 1000u);
 }
 
@@ -77,10 +67,7 @@ TEST(VaultConcurrency, SkippingSecondSequenceCheckLetsTornReadsThrough) {
     ReaderOptions options;
     options.verifyChecks = false;
     options.skipSecondSequenceCheck = true;
-    const TornFigures f = readWhileWriting(options);
-    std::printf("without the second check: %llu accepted, %llu torn\n",
-                (unsigned long long)f.accepted, (unsigned long long)f.torn);
-    EXPECT_GT(f.torn, 0u);
+    EXPECT_GT(readWhileWriting(options).torn, 0u);
 }
 
 // A writer killed 1,000 times in the middle of random writes, commits and removes: after each
@@ -97,7 +84,7 @@ TEST(VaultConcurrency, WriterKilledAtRandomMomentsLeavesTableValidOrDetected) {
     options.maxRetries = 256;
     Reader reader(*name, options);
     std::mt19937 rng(11);
-    U64 busySeen = 0, wrong = 0, corruptSeen = 0;
+    U64 wrong = 0, corruptSeen = 0;
     for (int round = 0; round < 1000; ++round) {
         const U32 seed = rng();
         const pid_t child = spawn([&] {
@@ -126,27 +113,12 @@ TEST(VaultConcurrency, WriterKilledAtRandomMomentsLeavesTableValidOrDetected) {
         const ScanResult scan = reader.forEach([&](const U64& k, const Record& r) {
             if (!r.intact() || r.key != k) ++wrong;
         });
-        busySeen += scan.busy;
         corruptSeen += scan.corrupt;
     }
-    std::printf("1000 kills: %llu entries caught mid-write, %llu wrong, %llu corrupt\n",
-                (unsigned long long)busySeen, (unsigned long long)wrong,
-                (unsigned long long)corruptSeen);
     EXPECT_EQ(wrong, 0u);
     EXPECT_EQ(corruptSeen, 0u) << "a crash leaves odd counters, not bad checks";
 
-    // Leave the table mid-write once more, then recover it and find everything whole.
-    const pid_t child = spawn([&] {
-        CollectionControl c(*name, 48);
-        Map map;
-        map.mount(c);
-        for (U64 n = 1;; ++n) map.safeWrite(n % 40, Record::make(n % 40, n));
-        return 0;
-    });
-    timespec pause{0, 20'000'000};
-    nanosleep(&pause, nullptr);
-    ::kill(child, SIGKILL);
-    waitpid(child, nullptr, 0);
+    // The last writer died mid-write too: recover the table and find everything whole.
     Map map;
     std::vector<std::string> reports;
     map.corruptionHandlerIs([&](const std::string& m) { reports.push_back(m); });

