@@ -5,6 +5,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -30,9 +31,7 @@ std::string run(const std::string& command, int* status) {
 }
 
 bool available(const std::string& command) {
-    int status = -1;
-    run(command + " >/dev/null 2>&1", &status);
-    return status == 0;
+    return std::system((command + " >/dev/null 2>&1").c_str()) == 0;
 }
 
 Rix::WallClockTime newEpochClock() { return {1800000000, 4242}; }
@@ -125,14 +124,11 @@ TEST(ProbePcapTest, TsharkAndScapyAgreeWithEveryProbe) {
     }
     Rix::wallClockSourceIs(previousClock);
 
-    std::FILE* f = std::fopen(frames.c_str(), "w");
-    ASSERT_NE(f, nullptr);
-    std::fputs("[\n", f);
-    for (std::size_t i = 0; i < built.size(); ++i) {
-        std::fprintf(f, "%s%s\n", json(built[i]).c_str(), i + 1 < built.size() ? "," : "");
+    {
+        std::ofstream f(frames);
+        for (std::size_t i = 0; i < built.size(); ++i) f << (i ? ",\n" : "[\n") << json(built[i]);
+        f << "\n]\n";
     }
-    std::fputs("]\n", f);
-    std::fclose(f);
 
     int status = -1;
     const std::string decoded = run(
