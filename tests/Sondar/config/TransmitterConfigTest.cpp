@@ -11,15 +11,13 @@ namespace Sondar {
 namespace {
 
 struct TxLog : TransmitterConfig::NotifieeConst {
-    std::vector<std::string> told;
-    void onHopsRate(unsigned short h) override { told.push_back("hopsRate " + std::to_string(h)); }
+    std::string told;
+    void onHopsRate(unsigned short h) override { told += "hopsRate " + std::to_string(h) + " "; }
     void onIpDestSet(const Wirex::IpAddrWithMask& k) override {
-        told.push_back("ipDestSet " + k.str());
+        told += "ipDestSet " + k.str() + " ";
     }
-    void onIp6Dest(const Wirex::Ip6Addr& k) override { told.push_back("ip6Dest " + k.str()); }
-    void onFullIp6Dest(const Wirex::Ip6Addr& k) override {
-        told.push_back("fullIp6Dest " + k.str());
-    }
+    void onIp6Dest(const Wirex::Ip6Addr& k) override { told += "ip6Dest " + k.str() + " "; }
+    void onFullIp6Dest(const Wirex::Ip6Addr& k) override { told += "fullIp6Dest " + k.str() + " "; }
 };
 
 TEST(TransmitterConfigTest, AttributeTableAndConstants) {
@@ -76,10 +74,8 @@ TEST(TransmitterConfigTest, KeyedCollectionsAndDestinationBlocks) {
     t->ipDestSetDel(start);
     EXPECT_EQ(t->ipDestSet(start), IpDestSetConfig());
     EXPECT_EQ(log.told,
-              (std::vector<std::string>{"hopsRate 3", "hopsRate 3", "ip6Dest 2001:db8::1",
-                                        "fullIp6Dest 2001:db8::1", "ipDestSet 10.0.0.1/32",
-                                        "ipDestSet 10.0.0.1/32", "ipDestSet 10.0.0.1/24",
-                                        "ipDestSet 10.0.0.1/32"}));
+              "hopsRate 3 hopsRate 3 ip6Dest 2001:db8::1 fullIp6Dest 2001:db8::1 ipDestSet "
+              "10.0.0.1/32 ipDestSet 10.0.0.1/32 ipDestSet 10.0.0.1/24 ipDestSet 10.0.0.1/32 ");
     const Wirex::Ip6AddrWithMask six(Wirex::Ip6Addr("2001:db8::"), 64);
     t->ip6DestSetIs(Ip6DestSetConfig(six, 5));
     EXPECT_EQ(
