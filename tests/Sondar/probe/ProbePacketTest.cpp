@@ -1,7 +1,8 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <string>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include "ProbeTestUtil.h"
@@ -91,18 +92,14 @@ TEST(ProbePacketTest, ShapesHaveTheirSizesLengthsAndChecksums) {
     EXPECT_EQ(TorkPacket::maxSizeOfPacket(), 106u);
 }
 
-Rix::WallClockTime gClock{1800000000, 654321};
+Rix::WallClockTime gClock;
 Rix::WallClockTime fixedClock() { return gClock; }
 
-class ClockOverride {
-  public:
-    explicit ClockOverride(Rix::WallClockTime t) : previous_(Rix::wallClockSourceIs(fixedClock)) {
-        gClock = t;
-    }
-    ~ClockOverride() { Rix::wallClockSourceIs(previous_); }
-
-  private:
-    Rix::WallClockSource previous_;
+// The wall clock reads t for the life of this object.
+struct ClockOverride {
+    explicit ClockOverride(Rix::WallClockTime t) { gClock = t; }
+    ~ClockOverride() { Rix::wallClockSourceIs(previous); }
+    Rix::WallClockSource previous = Rix::wallClockSourceIs(fixedClock);
 };
 
 TEST(ProbePacketTest, BadClockReadingLeavesThePacketAlone) {
@@ -130,11 +127,10 @@ TEST(ProbePacketTest, SendPathEqualsFullRecomputation) {
         SCOPED_TRACE(s.name);
         const auto fast = makeProbe(s, 5);
         const auto plain = makeProbe(s, 5);
-        TorkProbeHdr* const ph = plain->torkHdr();
         U64 seq = 5;
         U32 epochSeconds = 1700000000, epochUSeconds = 123456, interval = 250000;
-        U64 step = 0;
-        auto compare = [&] {
+        auto same = [&] {
+            TorkProbeHdr* const ph = plain->torkHdr();
             ph->sequenceNumberImplIs(Wirex::NetU64(seq));
             ph->epochSecondsImplIs(Wirex::NetU32(epochSeconds));
             ph->epochUSecondsImplIs(Wirex::NetU32(epochUSeconds));
@@ -145,38 +141,27 @@ TEST(ProbePacketTest, SendPathEqualsFullRecomputation) {
         auto increment = [&] {
             const bool wrapped = seq == ~U64{0};
             seq = wrapped ? 1 : seq + 1;
-            if (wrapped) {
-                epochSeconds = 1800000000;
-                epochUSeconds = 999999;
-            }
-            ++step;
-            return fast->doIncrementSequenceNumber() == wrapped && compare();
+            if (wrapped) std::tie(epochSeconds, epochUSeconds) = std::pair(1800000000u, 999999u);
+            return fast->doIncrementSequenceNumber() == wrapped && same();
         };
         auto updateInterval = [&](U32 v) {
-            interval = v;
-            fast->doUpdateInterval(v);
-            return compare();
-        };
-        auto jumpTo = [&](U64 to) {
-            seq = to;
-            fast->torkHdr()->sequenceNumberImplIs(Wirex::NetU64(to));
-            fast->doComputePktChecksums();
+            fast->doUpdateInterval(interval = v);
+            return same();
         };
         // Enough consecutive numbers for the probe checksum to take every value.
         for (int i = 0; i < 70000; ++i) {
-            ASSERT_TRUE(increment()) << "step " << step;
-            if (i == 30000) {
-                ASSERT_TRUE(updateInterval(1000));
-            }
+            ASSERT_TRUE(increment()) << "increment " << i;
+            ASSERT_TRUE(i != 30000 || updateInterval(1000)) << "interval change";
         }
         for (const U64 start : {U64{0xfffffff0}, U64{0x0000fffffffffff0}, ~U64{0} - 20}) {
-            jumpTo(start);
-            for (int i = 0; i < 40; ++i) ASSERT_TRUE(increment()) << "step " << step;
+            fast->torkHdr()->sequenceNumberImplIs(Wirex::NetU64(seq = start));
+            fast->doComputePktChecksums();
+            for (int i = 0; i < 40; ++i) ASSERT_TRUE(increment()) << start << " + " << i;
         }
         EXPECT_EQ(fast->torkHdr()->sequenceNumberImpl().value(), 20u);
         EXPECT_EQ(fast->torkHdr()->epochSecondsImpl().value(), 1800000000u);
         ASSERT_TRUE(updateInterval(0xffffffff));
-        for (int i = 0; i < 1000; ++i) ASSERT_TRUE(increment()) << "step " << step;
+        for (int i = 0; i < 1000; ++i) ASSERT_TRUE(increment()) << "after interval " << i;
         expectChecksumsGood(*fast);
     }
 }
@@ -203,31 +188,27 @@ TEST(ProbePacketTest, TxResultFollowsBothFailureCounters) {
     }
 }
 
-// Collects this module's trace lines, and restores the sink and the levels.
-class TraceCapture {
-  public:
-    TraceCapture()
-        : levels_(sondarTrace.levels()), sink_(Rix::traceSinkIs([this](const Rix::TraceRecord& r) {
-              if (std::string(r.module) == "Sondar")
-                  lines.push_back(std::to_string(r.level) + " " + r.text);
-          })) {}
+// Collects this module's trace lines with the blanks removed (compilers differ in where they put
+// them in a signature), and restores the sink and the levels.
+struct TraceCapture {
+    std::string text;
+    std::size_t lines = 0;
+    U16 levels = sondarTrace.levels();
+    Rix::TraceSink sink = Rix::traceSinkIs([this](const Rix::TraceRecord& r) {
+        if (std::string(r.module) != "Sondar") return;
+        std::string line = std::to_string(r.level) + " " + r.text;
+        std::erase(line, ' ');
+        text += line + "\n";
+        ++lines;
+    });
     ~TraceCapture() {
-        Rix::traceSinkIs(sink_);
-        sondarTrace.levelsIs(levels_);
+        Rix::traceSinkIs(sink);
+        sondarTrace.levelsIs(levels);
     }
-    // Blanks are ignored: compilers differ in where they put them in a signature.
     bool has(std::string part) const {
         std::erase(part, ' ');
-        return std::any_of(lines.begin(), lines.end(), [&](std::string l) {
-            std::erase(l, ' ');
-            return l.find(part) != std::string::npos;
-        });
+        return text.find(part) != std::string::npos;
     }
-    std::vector<std::string> lines;
-
-  private:
-    U16 levels_;
-    Rix::TraceSink sink_;
 };
 
 Rix::Ptr<TorkPacket> bareTorkPacket(U8 protocol) {
@@ -255,15 +236,15 @@ TEST(ProbePacketTest, TraceLinesOnlyAtLevelEight) {
         TraceCapture trace;
         sondarTrace.levelsIs(0x3ff & ~(1u << 8));
         exercise();
-        EXPECT_TRUE(trace.lines.empty());
+        EXPECT_EQ(trace.lines, 0u);
     }
     TraceCapture trace;
     sondarTrace.levelsIs(1u << 8);
     exercise();
     const auto p = makeProbe(kShapes[0]);
-    const std::size_t built = trace.lines.size();
+    const std::size_t built = trace.lines;
     p->doIncrementSequenceNumber();  // one line: the checksum update
-    EXPECT_EQ(trace.lines.size(), built + 1);
+    EXPECT_EQ(trace.lines, built + 1);
     // Each line is the operation's full signature, at level 8.
     for (const char* op :
          {"8 void Sondar::TorkPacket::handleInitialized(const Wirex::EthAddr&, const "
