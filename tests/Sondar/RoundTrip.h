@@ -4,12 +4,12 @@
 // are read level by level) and reports the attribute names in order; a bare text (no Value
 // envelope) must be a literal and has no names.
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <cstdio>
 #include <fstream>
 #include <string>
 #include <tuple>
+#include <unistd.h>
 #include <vector>
 
 #include "Rix/Value.h"

@@ -70,11 +70,7 @@ std::string tsharkLine(const Built& b) {
     o << size << "|00:1c:73:00:00:01|00:1c:73:00:00:02|";
     if (b.shape.vlan) o << (b.shape.vlan & 0xfff);
     o << "|10.1.0.1|10.2.0.2|63|" << (tcp ? 88 : 76) << "|" << int{b.shape.protocol} << "|1|";
-    if (tcp) {
-        o << "||||40001|7000|0x0002|1";
-    } else {
-        o << "40001|7000|56|1||||";
-    }
+    o << (tcp ? "||||40001|7000|0x0002|1" : "40001|7000|56|1||||");
     return o.str();
 }
 

@@ -26,7 +26,6 @@ TorkProbeHdr filledHeader() {
     h.egressDestMacIs(Wirex::EthAddr(0x00, 0x1c, 0x73, 0xaa, 0xbb, 0x02));
     h.egressTagControlIs(Wirex::Eth8021QTagControl(0, false, 100));
     h.ttlImplIs(Wirex::NetU8(64));
-    h.unusedIs(Wirex::NetU8(0));
     h.intervalImplIs(Wirex::NetU32(0x31323334));
     return h;
 }
@@ -62,6 +61,7 @@ TEST(TorkHdrTest, ChecksumCoversTheHeaderAndWhatFollows) {
     EXPECT_EQ(buf.hdr.computedChecksumU16(48), 0);
 }
 
+// The ttl prints as a character, not a number.
 TEST(TorkHdrTest, PrintedForms) {
     TorkProbeHdr h = filledHeader();
     std::ostringstream common;
@@ -79,15 +79,6 @@ TEST(TorkHdrTest, PrintedForms) {
                   " origin intf ip: 10.0.0.1 egress ifIndex: 555885348 egressSrcMac: "
                   "00:1c:73:aa:bb:01 egressDestMac: 00:1c:73:aa:bb:02 egressTagControl: " +
                   tag.str() + " ttl: @  ");
-
-    TorkProbeHdr zero;
-    zero.mTypeIs(TorkImplMessageType(9));
-    std::ostringstream z;
-    torkProbeHdrStr(z, &zero);
-    const std::string s = z.str();
-    EXPECT_EQ(s.substr(0, 23), " type: torkUnknownType ");
-    ASSERT_GE(s.size(), 9u);
-    EXPECT_EQ(s.substr(s.size() - 9), std::string(" ttl: \0  ", 9));
 }
 
 Rix::Ptr<Wirex::Pkt> packetOf(U32 bytes) {
