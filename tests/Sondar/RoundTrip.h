@@ -1,7 +1,8 @@
 #pragma once
 // Round trips of value types through both forms, and an independent reader of the text form:
 // Python's ast module, which reads each dictionary with ast.literal_eval (nested Value(...) calls
-// are read level by level) and reports the attribute names in order.
+// are read level by level) and reports the attribute names in order; a bare text (no Value
+// envelope) must be a literal and has no names.
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -25,6 +26,10 @@ std::vector<std::string> fieldNames() {
 template <class T>
 void expectRoundTrip(const T& v) {
     SCOPED_TRACE(std::string(T::typeName));
+    const T dflt{};
+    Rix::forEachField<T>([&](const auto& f) {
+        EXPECT_FALSE(v.*(f.member) == dflt.*(f.member)) << f.name << " is default in the sample";
+    });
     const Rix::String8 text = valueToStrep(v);
     const T fromText = Rix::strepToValue<T>(text);
     EXPECT_TRUE(fromText == v) << text;
@@ -48,7 +53,7 @@ void expectRoundTrip(const T& v) {
 
 struct PythonCase {
     std::string text;
-    std::vector<std::string> names;  // expected outer attribute names, in order
+    std::vector<std::string> names;  // expected outer attribute names, in order; none if bare
 };
 
 inline const char* python() { return "/usr/bin/python3"; }
@@ -89,9 +94,10 @@ def names(node):
 lines = open(sys.argv[1]).read().split('\n')
 bad = 0
 for i in range(0, len(lines) - 1, 2):
-    text, want = lines[i], lines[i + 1].split(',')
+    text, want = lines[i], lines[i + 1].split(',') if lines[i + 1] else []
     try:
-        got = names(ast.parse(text, mode='eval').body)
+        body = ast.parse(text, mode='eval').body
+        got = names(body) if isinstance(body, ast.Call) else (ast.literal_eval(body), [])[1]
     except Exception as e:
         print('unreadable:', text, e); bad += 1; continue
     if got != want:

@@ -5,6 +5,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -30,9 +31,7 @@ std::string run(const std::string& command, int* status) {
 }
 
 bool available(const std::string& command) {
-    int status = -1;
-    run(command + " >/dev/null 2>&1", &status);
-    return status == 0;
+    return std::system((command + " >/dev/null 2>&1").c_str()) == 0;
 }
 
 Rix::WallClockTime newEpochClock() { return {1800000000, 4242}; }
@@ -71,11 +70,7 @@ std::string tsharkLine(const Built& b) {
     o << size << "|00:1c:73:00:00:01|00:1c:73:00:00:02|";
     if (b.shape.vlan) o << (b.shape.vlan & 0xfff);
     o << "|10.1.0.1|10.2.0.2|63|" << (tcp ? 88 : 76) << "|" << int{b.shape.protocol} << "|1|";
-    if (tcp) {
-        o << "||||40001|7000|0x0002|1";
-    } else {
-        o << "40001|7000|56|1||||";
-    }
+    o << (tcp ? "||||40001|7000|0x0002|1" : "40001|7000|56|1||||");
     return o.str();
 }
 
@@ -125,14 +120,11 @@ TEST(ProbePcapTest, TsharkAndScapyAgreeWithEveryProbe) {
     }
     Rix::wallClockSourceIs(previousClock);
 
-    std::FILE* f = std::fopen(frames.c_str(), "w");
-    ASSERT_NE(f, nullptr);
-    std::fputs("[\n", f);
-    for (std::size_t i = 0; i < built.size(); ++i) {
-        std::fprintf(f, "%s%s\n", json(built[i]).c_str(), i + 1 < built.size() ? "," : "");
+    {
+        std::ofstream f(frames);
+        for (std::size_t i = 0; i < built.size(); ++i) f << (i ? ",\n" : "[\n") << json(built[i]);
+        f << "\n]\n";
     }
-    std::fputs("]\n", f);
-    std::fclose(f);
 
     int status = -1;
     const std::string decoded = run(
