@@ -1,5 +1,7 @@
 #include "Wirex/PcapFile.h"
 
+#include <bit>
+
 #include <cerrno>
 #include <cstring>
 #include <ctime>
@@ -82,11 +84,13 @@ void PcapWriter::send(const Rix::Ptr<Pkt>& pkt) noexcept {
 
 bool PcapWriter::frameWrite(const U8* data, U32 length, U64 seconds, U32 useconds) noexcept {
     const U32 captured = length < snapLength_ ? length : snapLength_;
+    // the record header: four little-endian words, stored whole rather than byte by byte
+    U32 words[4] = {static_cast<U32>(seconds), useconds, captured, length};
+    if constexpr (std::endian::native == std::endian::big) {
+        for (U32& w : words) w = __builtin_bswap32(w);
+    }
     U8 h[16];
-    putLe32(h, static_cast<U32>(seconds));
-    putLe32(h + 4, useconds);
-    putLe32(h + 8, captured);
-    putLe32(h + 12, length);
+    std::memcpy(h, words, sizeof h);
     const std::size_t record = sizeof h + captured;
     if (!buf_.empty() && used_ + record > buf_.size() && !flush()) return false;
     if (record <= buf_.size()) {

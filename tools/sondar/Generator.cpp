@@ -1,5 +1,7 @@
 #include "sondar/Generator.h"
 
+#include <bit>
+
 #include <algorithm>
 
 #include "Rix/Exception.h"
@@ -120,7 +122,8 @@ GenerateResult generate(const GenerateOptions& o, const Rix::Ptr<Wirex::Pam>& pa
                 k.ingressIntfIs(o.ingressIntf);
                 tx.heldMax = 2 * (std::size_t{o.reorderDepth} + 1);
                 tx.held.reserve(tx.heldMax);
-                tx.written.assign(2 * (std::size_t{o.reorderDepth} + 2), 0);
+                // a power of two, so that a sequence number finds its place with a mask
+                tx.written.assign(std::bit_ceil(2 * (std::size_t{o.reorderDepth} + 2)), 0);
             }
         }
     }
@@ -145,7 +148,7 @@ GenerateResult generate(const GenerateOptions& o, const Rix::Ptr<Wirex::Pam>& pa
         }
         // A probe is written at most twice: the second copy to arrive, whichever it is, is the
         // duplicate.
-        if (tx.written[seq % tx.written.size()]++) {
+        if (tx.written[seq & (tx.written.size() - 1)]++) {
             ++t.expectDuplicated;
         } else {
             ++tx.distinct;
@@ -227,7 +230,7 @@ GenerateResult generate(const GenerateOptions& o, const Rix::Ptr<Wirex::Pam>& pa
             }
             StreamTruth& t = tx.truth;
             ++t.sent;
-            tx.written[tx.seq % tx.written.size()] = 0;
+            tx.written[tx.seq & (tx.written.size() - 1)] = 0;
             if (random.chance(o.loss)) {
                 ++t.dropped;
             } else {
