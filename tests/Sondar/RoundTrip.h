@@ -4,15 +4,16 @@
 // are read level by level) and reports the attribute names in order; a bare text (no Value
 // envelope) must be a literal and has no names.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <fstream>
 #include <string>
 #include <tuple>
-#include <unistd.h>
 #include <vector>
 
 #include "Rix/Value.h"
+#include "TestTools.h"
 
 namespace SondarTest {
 
@@ -55,8 +56,6 @@ struct PythonCase {
     std::string text;
     std::vector<std::string> names;  // expected outer attribute names, in order; none if bare
 };
-
-inline const char* python() { return "/usr/bin/python3"; }
 
 // Checks every case with one Python run; returns false (and skips) when Python is missing.
 inline void expectPythonReads(const std::vector<PythonCase>& cases) {
@@ -106,13 +105,9 @@ print('checked', len(lines) // 2, 'bad', bad)
 sys.exit(1 if bad else 0)
 )PY";
     }
-    const std::string cmd = std::string(python()) + " " + script + " " + in + " 2>&1";
-    FILE* p = popen(cmd.c_str(), "r");
-    ASSERT_NE(p, nullptr);
-    std::string output;
-    char buf[512];
-    while (fgets(buf, sizeof buf, p)) output += buf;
-    const int status = pclose(p);
+    int status = 0;
+    const std::string output =
+        SondarTest::runCommand(std::string(python()) + " " + script + " " + in + " 2>&1", &status);
     EXPECT_EQ(status, 0) << output;
     std::remove(in.c_str());
     std::remove(script.c_str());

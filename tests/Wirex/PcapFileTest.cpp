@@ -30,7 +30,7 @@ std::vector<U8> readFile(const std::string& path) {
 
 // Writes frames of every shape the probes take (UDP and TCP, untagged and tagged, empty, odd and
 // long payloads) to `path`, frame i stamped 1700000000 s and (i + 1) ms; returns them in order.
-std::vector<FrameSpec> specs() {
+std::vector<FrameSpec> frameShapes() {
     std::vector<FrameSpec> v;
     for (bool tcp : {false, true})
         for (U16 vlan : {0, 100})
@@ -41,7 +41,7 @@ std::vector<FrameSpec> specs() {
 std::vector<std::vector<U8>> writeSamples(const std::string& path, U32 snap = 65535) {
     std::vector<std::vector<U8>> sent;
     Rix::Ptr<PcapWriter> w(new PcapWriter(path, snap));
-    for (const auto& s : specs()) {
+    for (const auto& s : frameShapes()) {
         Rix::Ptr<Pkt> p = buildFrame(s);
         sent.emplace_back(p->data(), p->data() + p->bytes());
         EXPECT_TRUE(w->frameWrite(p->data(), p->bytes(), 1700000000, U32(sent.size()) * 1000));
@@ -51,14 +51,13 @@ std::vector<std::vector<U8>> writeSamples(const std::string& path, U32 snap = 65
 }
 
 TEST(PcapFile, TsharkDecodesWrittenFramesWithGoodChecksums) {
-    if (!WirexTest::haveTshark()) GTEST_SKIP() << "tshark is not installed";
-    WirexTest::ScratchDir dir;
+    if (!SondarTest::haveTshark()) GTEST_SKIP() << "tshark is not installed";
+    SondarTest::ScratchDir dir;
     const std::string path = dir.file("probes.pcap");
     writeSamples(path);
     int status = 0;
-    const std::string out = WirexTest::runCommand(
-        "tshark -r " + path +
-            " -o ip.check_checksum:TRUE -o udp.check_checksum:TRUE -o tcp.check_checksum:TRUE"
+    const std::string out = SondarTest::runCommand(
+        SondarTest::tsharkChecked(path) +
             " -T fields -E 'separator=;' -e frame.number -e vlan.id -e ip.checksum.status"
             " -e udp.checksum.status -e tcp.checksum.status -e _ws.malformed -e _ws.expert.severity"
             " 2>/dev/null",
@@ -67,7 +66,7 @@ TEST(PcapFile, TsharkDecodesWrittenFramesWithGoodChecksums) {
     std::istringstream lines(out);
     std::string line;
     std::size_t i = 0;
-    const auto all = specs();
+    const auto all = frameShapes();
     while (std::getline(lines, line)) {
         ASSERT_LT(i, all.size()) << out;
         const FrameSpec& s = all[i++];
@@ -83,8 +82,8 @@ TEST(PcapFile, TsharkDecodesWrittenFramesWithGoodChecksums) {
 // scapy recomputes the IPv4, UDP and TCP checksums of the written frames from scratch and prints
 // them beside the stored ones.
 TEST(PcapFile, ChecksumsAgreeWithScapy) {
-    if (!WirexTest::haveScapy()) GTEST_SKIP() << "scapy is not importable from /usr/bin/python3";
-    WirexTest::ScratchDir dir;
+    if (!SondarTest::haveScapy()) GTEST_SKIP() << "scapy is not importable from /usr/bin/python3";
+    SondarTest::ScratchDir dir;
     const std::string path = dir.file("probes.pcap"), script = dir.file("sums.py");
     const std::size_t frames = writeSamples(path).size();
     std::ofstream(script) << "import sys\n"
@@ -98,7 +97,7 @@ TEST(PcapFile, ChecksumsAgreeWithScapy) {
                              "    print(*stored, q[IP].chksum, q[l4].chksum)\n";
     int status = 0;
     const std::string out =
-        WirexTest::runCommand("/usr/bin/python3 " + script + " " + path + " 2>&1", &status);
+        SondarTest::runCommand("/usr/bin/python3 " + script + " " + path + " 2>&1", &status);
     ASSERT_EQ(status, 0) << out;
     std::istringstream in(out);
     for (std::size_t i = 0; i < frames; ++i) {
@@ -110,7 +109,7 @@ TEST(PcapFile, ChecksumsAgreeWithScapy) {
 }
 
 TEST(PcapFile, ReaderGivesBackWhatTheWriterWrote) {
-    WirexTest::ScratchDir dir;
+    SondarTest::ScratchDir dir;
     const std::string path = dir.file("round.pcap");
     const auto sent = writeSamples(path, 1000);
     Rix::Ptr<PcapReader> r(new PcapReader(path, IntfId("Ethernet7")));
@@ -136,7 +135,7 @@ TEST(PcapFile, ReaderGivesBackWhatTheWriterWrote) {
 
 // Each row is a file image and the words its error must contain besides the file's name.
 TEST(PcapFile, BadFilesAreRefusedNamingTheFile) {
-    WirexTest::ScratchDir dir;
+    SondarTest::ScratchDir dir;
     const std::string good = dir.file("good.pcap");
     {
         Rix::Ptr<PcapWriter> w(new PcapWriter(good, 200));
@@ -191,7 +190,7 @@ TEST(PcapFile, BadFilesAreRefusedNamingTheFile) {
 }
 
 TEST(PcapFile, ReadsBigEndianAndNanosecondFiles) {
-    WirexTest::ScratchDir dir;
+    SondarTest::ScratchDir dir;
     // a big-endian nanosecond file with one 14-byte frame, laid out by hand
     const std::vector<U8> be = {0xa1, 0xb2, 0x3c, 0x4d, 0,    2,    0, 4,  0,  0,  0,    0,   0, 0,
                                 0,    0,    0,    0,    0xff, 0xff, 0, 0,  0,  1,  0,    0,   0, 9,

@@ -36,7 +36,7 @@ TEST(RawSocket, FramesCrossAVethPairWithTheirIngressInterface) {
             return;
         }
         int status = 0;
-        const std::string out = WirexTest::runCommand(
+        const std::string out = SondarTest::runCommand(
             "ip link add va type veth peer name vb 2>&1 && ip link set va up 2>&1 &&"
             " ip link set vb up 2>&1",
             &status);

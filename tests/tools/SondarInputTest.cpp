@@ -33,8 +33,7 @@ TEST(SondarTshark, GeneratedFramesDecodeCleanWithGoodChecksums) {
         ASSERT_EQ(g.status, 0) << g.err;
         const bool tcp = std::string(shape).find("tcp") != std::string::npos;
         Outcome t = ToolTest::runShell(
-            "tshark -n -r " + pcap +
-                " -o ip.check_checksum:TRUE -o udp.check_checksum:TRUE -o tcp.check_checksum:TRUE"
+            SondarTest::tsharkChecked(pcap) +
                 " -T fields -E separator=, -e ip.checksum.status -e " +
                 (tcp ? "tcp" : "udp") + ".checksum.status -e _ws.malformed -e _ws.expert.severity",
             dir);

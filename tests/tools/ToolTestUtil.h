@@ -1,6 +1,6 @@
 #pragma once
-// Helpers of the command-line tests: a scratch directory, and running the built `sondar`
-// program (or any shell command) with its exit status and both outputs captured.
+// Helpers of the command-line tests: running the built `sondar` program (or any shell command)
+// with its exit status and both outputs captured.
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -11,29 +11,15 @@
 #include <sstream>
 #include <string>
 
+#include "TestTools.h"
+
 namespace ToolTest {
 
 inline std::string sondarBinary() {
     return std::string(SONDAR_BINARY_DIR) + "/tools/sondar/sondar";
 }
 
-// A directory of its own for one test, removed with everything in it.
-class ScratchDir {
-  public:
-    ScratchDir() {
-        path_ = (std::filesystem::temp_directory_path() / "sondar-tool-XXXXXX").string();
-        if (!::mkdtemp(path_.data())) path_.clear();
-    }
-    ~ScratchDir() {
-        std::error_code ec;
-        if (!path_.empty()) std::filesystem::remove_all(path_, ec);
-    }
-    std::string file(const std::string& name) const { return path_ + "/" + name; }
-    const std::string& path() const { return path_; }
-
-  private:
-    std::string path_;
-};
+using SondarTest::ScratchDir;
 
 inline std::string slurp(const std::string& path) {
     std::stringstream s;
@@ -62,7 +48,7 @@ inline Outcome runSondar(const std::string& args, const ScratchDir& dir) {
 }
 
 inline bool haveProgram(const std::string& name) {
-    return std::system(("command -v " + name + " >/dev/null 2>&1").c_str()) == 0;
+    return SondarTest::commandSucceeds("command -v " + name);
 }
 
 }  // namespace ToolTest

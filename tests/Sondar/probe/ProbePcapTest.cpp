@@ -12,27 +12,14 @@
 
 #include "Rix/Clock.h"
 #include "Sondar/probe/ProbePacket.h"
+#include "TestTools.h"
 #include "Wirex/PcapFile.h"
 
 namespace Sondar {
 namespace {
 
-const char* kPython = "/usr/bin/python3";
-
-std::string run(const std::string& command, int* status) {
-    std::string out;
-    FILE* pipe = popen(command.c_str(), "r");
-    if (!pipe) return out;
-    char buf[4096];
-    std::size_t n;
-    while ((n = std::fread(buf, 1, sizeof buf, pipe)) > 0) out.append(buf, n);
-    *status = pclose(pipe);
-    return out;
-}
-
-bool available(const std::string& command) {
-    return std::system((command + " >/dev/null 2>&1").c_str()) == 0;
-}
+using SondarTest::python;
+using SondarTest::runCommand;
 
 Rix::WallClockTime newEpochClock() { return {1800000000, 4242}; }
 
@@ -75,9 +62,9 @@ std::string tsharkLine(const Built& b) {
 }
 
 TEST(ProbePcapTest, TsharkAndScapyAgreeWithEveryProbe) {
-    if (!available("tshark --version")) GTEST_SKIP() << "tshark is not installed";
-    if (!available(std::string(kPython) + " -c 'import scapy.all'")) {
-        GTEST_SKIP() << kPython << " cannot import scapy";
+    if (!SondarTest::haveTshark()) GTEST_SKIP() << "tshark is not installed";
+    if (!SondarTest::haveScapy()) {
+        GTEST_SKIP() << python() << " cannot import scapy";
     }
     const std::string pcap = std::string(SONDAR_BINARY_DIR) + "/ProbePcapTest.pcap";
     const std::string frames = std::string(SONDAR_BINARY_DIR) + "/ProbePcapTest.json";
@@ -127,9 +114,8 @@ TEST(ProbePcapTest, TsharkAndScapyAgreeWithEveryProbe) {
     }
 
     int status = -1;
-    const std::string decoded = run(
-        "tshark -r " + pcap +
-            " -o ip.check_checksum:TRUE -o udp.check_checksum:TRUE -o tcp.check_checksum:TRUE"
+    const std::string decoded = runCommand(
+        SondarTest::tsharkChecked(pcap) +
             " -T fields -E separator='|' -e frame.len -e eth.src -e eth.dst -e vlan.id -e ip.src"
             " -e ip.dst -e ip.ttl -e ip.len -e ip.proto -e ip.checksum.status -e udp.srcport"
             " -e udp.dstport -e udp.length -e udp.checksum.status -e tcp.srcport -e tcp.dstport"
@@ -146,9 +132,9 @@ TEST(ProbePcapTest, TsharkAndScapyAgreeWithEveryProbe) {
     EXPECT_EQ(i, built.size());
 
     const std::string checked =
-        run(std::string(kPython) + " " + SONDAR_SOURCE_DIR +
-                "/tests/Sondar/probe/probe_frames.py " + frames + " " + pcap + " 2>&1",
-            &status);
+        runCommand(std::string(python()) + " " + SONDAR_SOURCE_DIR +
+                       "/tests/Sondar/probe/probe_frames.py " + frames + " " + pcap + " 2>&1",
+                   &status);
     EXPECT_EQ(status, 0) << checked;
     EXPECT_NE(checked.find("checked " + std::to_string(built.size()) + " frames"),
               std::string::npos)
