@@ -6,6 +6,7 @@
 #include <string_view>
 #include <tuple>
 
+#include "Rix/EnumNames.h"
 #include "Rix/String.h"
 #include "Rix/Types.h"
 #include "Rix/Value.h"
@@ -21,23 +22,12 @@ enum TorkMessageType : U8 {
 
 inline constexpr std::string_view torkMessageTypeTypeName = "Sondar::TorkMessageType";
 
-// "torkUnknownType", "torkProbe", "torkLastProbe"; any other value gives "TorkMessageType(n)".
-Rix::String8 stringValue(TorkMessageType t);
-// Throw Rix::RangeException "TorkMessageType" for anything but 0, 1, 2 or their names.
-TorkMessageType TorkMessageTypeInstance(U32 value);
-TorkMessageType TorkMessageTypeInstance(const Rix::String8& name);
+// "torkUnknownType", "torkProbe", "torkLastProbe"; any other value prints as "TorkMessageType(n)";
+// anything but 0, 1, 2 or their names raises Rix::RangeException "TorkMessageType".
+RIX_ENUM_DECLARATIONS(TorkMessageType)
 // The text form is the quoted name: 'torkProbe'. Stream output is the bare name.
 inline Rix::String8 valueToStrep(TorkMessageType t) {
     return Rix::valueToStrep<TorkMessageType>(t);
-}
-std::ostream& operator<<(std::ostream& os, TorkMessageType t);
-
-// Hooks through which the framework's text and attribute-log readers map a number or a name back.
-inline TorkMessageType rixEnumInstance(TorkMessageType*, U32 value) {
-    return TorkMessageTypeInstance(value);
-}
-inline TorkMessageType rixEnumInstance(TorkMessageType*, const Rix::String8& name) {
-    return TorkMessageTypeInstance(name);
 }
 
 // The raw code byte, unvalidated; one byte, so that it overlays the header's first byte.
