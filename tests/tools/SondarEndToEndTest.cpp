@@ -118,7 +118,7 @@ TEST(SondarEndToEnd, DuplicatesBeyondTheWindowLowerDuplicatesAndLossAlike) {
     for (const SondarCli::StreamTruth& t : r.truth.streams) {
         ASSERT_TRUE(byKey.count(t.key));
         const SondarCli::StreamCount& s = *byKey[t.key];
-        EXPECT_EQ(s.received, t.received);
+        EXPECT_EQ(s.received(), t.received);
         EXPECT_EQ(s.counter.probesMisordered(), t.misordered);
         ASSERT_LE(s.counter.probesDuplicated(), t.expectDuplicated);
         const U64 shortfall = t.expectDuplicated - s.counter.probesDuplicated();

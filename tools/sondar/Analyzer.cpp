@@ -27,10 +27,7 @@ StreamCount& StreamTable::streamFor(const Sondar::IngressStream& key) {
 }
 
 void StreamTable::doCalcLoss() {
-    for (StreamCount& s : entries_) {
-        s.counter.probesReceivedIs(s.received);
-        s.counter.doCalcLoss();
-    }
+    for (StreamCount& s : entries_) s.counter.doCalcLoss();
 }
 
 std::vector<const StreamCount*> StreamTable::sorted() const {
@@ -134,7 +131,7 @@ void Analyzer::frameIs(const U8* data, U32 length, U32 wireLength) {
     const Sondar::Epoch epoch(hdr->epochSecondsImpl().value(), useconds);
     s.counter.epochIs(epoch);
     s.counter.setCurrentSequenceNumber(hdr->sequenceNumberImpl().value(), epoch);
-    ++s.received;
+    s.counter.probesReceivedIs(s.counter.probesReceived() + 1);
     ++t.probes;
     if (options_.calcEvery && t.frames % options_.calcEvery == 0) streams_.doCalcLoss();
 }

@@ -23,8 +23,8 @@ struct AnalyzeOptions {
 
 struct StreamCount {
     Sondar::IngressStream key;
-    Sondar::Counter counter;  // its probesReceived is brought up to date by doCalcLoss runs
-    U64 received = 0;
+    Sondar::Counter counter;  // the analyzer, its owner, counts every probe into probesReceived
+    U64 received() const noexcept { return counter.probesReceived(); }
 };
 
 // Frames by what became of them.

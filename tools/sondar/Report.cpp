@@ -99,7 +99,7 @@ void analyzeReport(std::ostream& out, const Analyzer& a, const std::string& path
     const auto streams = a.streams().sorted();
     U64 received = 0, lost = 0, misordered = 0, duplicated = 0;
     for (const StreamCount* s : streams) {
-        received += s->received;
+        received += s->received();
         lost += s->counter.probesLost();
         misordered += s->counter.probesMisordered();
         duplicated += s->counter.probesDuplicated();
@@ -115,7 +115,7 @@ void analyzeReport(std::ostream& out, const Analyzer& a, const std::string& path
         const char* sep = "";
         for (const StreamCount* s : streams) {
             const Sondar::Counter& c = s->counter;
-            out << sep << "\n  {" << streamJson(s->key) << ", \"received\": " << s->received
+            out << sep << "\n  {" << streamJson(s->key) << ", \"received\": " << s->received()
                 << ", \"lost\": " << c.probesLost() << ", \"misordered\": " << c.probesMisordered()
                 << ", \"duplicated\": " << c.probesDuplicated()
                 << ", \"epoch\": " << epochJson(c.currentEpochSession().epoch()) << "}";
@@ -138,7 +138,7 @@ void analyzeReport(std::ostream& out, const Analyzer& a, const std::string& path
     for (const StreamCount* s : streams) {
         const Sondar::Counter& c = s->counter;
         out << Rix::format("%-70s %9llu %8llu %8llu %8llu  %s\n", streamText(s->key).c_str(),
-                           static_cast<ULL>(s->received), static_cast<ULL>(c.probesLost()),
+                           static_cast<ULL>(s->received()), static_cast<ULL>(c.probesLost()),
                            static_cast<ULL>(c.probesMisordered()),
                            static_cast<ULL>(c.probesDuplicated()),
                            epochText(c.currentEpochSession().epoch()).c_str());
@@ -168,7 +168,7 @@ std::vector<std::string> truthMismatches(const GenerateResult& truth, const Anal
                                           static_cast<ULL>(expected), static_cast<ULL>(got)));
             }
         };
-        check("received", t.received, s.received);
+        check("received", t.received, s.received());
         check("lost", t.lost, c.probesLost());
         check("misordered", t.misordered, c.probesMisordered());
         check("duplicated", t.expectDuplicated, c.probesDuplicated());
