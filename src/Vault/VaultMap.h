@@ -105,16 +105,6 @@ class VaultMap final : public MountedTable {
         const U32 i = find(key);
         return i == none ? nullptr : &values_[i];
     }
-    // Starts loading the lines a lookup of `key` will touch, so that a receive loop can issue
-    // them for a whole batch of frames before it counts the first one.
-    void prefetch(const K& key) const {
-        if (!slotCount_) return;
-        const U32 i = home(key);
-        __builtin_prefetch(&metas_[i]);
-        __builtin_prefetch(&keys_[i]);
-        const char* v = reinterpret_cast<const char*>(&values_[i]);
-        for (std::size_t off = 0; off < sizeof(V); off += 64) __builtin_prefetch(v + off, 1);
-    }
     const V* lookup(const K& key) const {
         const U32 i = find(key);
         return i == none ? nullptr : &values_[i];
