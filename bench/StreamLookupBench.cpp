@@ -17,7 +17,7 @@ namespace {
 
 using Sondar::IngressStream;
 using Sondar::IngressStreamStatisticsTableEntry;
-using Table = Vault::VaultMap<IngressStream, IngressStreamStatisticsTableEntry, Sondar::StreamHash>;
+using Table = Vault::VaultMap<IngressStream, IngressStreamStatisticsTableEntry, Rix::DefaultHash<IngressStream>>;
 
 constexpr U32 kStreams = 65536;
 

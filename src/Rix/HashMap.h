@@ -5,32 +5,15 @@
 //
 // The hash functor defaults to the key's own hash() member when it has one (the stream keys do),
 // and to std::hash otherwise.
-#include <concepts>
 #include <cstddef>
 #include <functional>
 #include <unordered_map>
 #include <utility>
 
+#include "Rix/Hash.h"
 #include "Rix/MapAdapter.h"
 
 namespace Rix {
-
-template <class K>
-struct DefaultHash {
-    std::size_t operator()(const K& k) const noexcept(noexcept(std::hash<K>()(k))) {
-        return std::hash<K>()(k);
-    }
-};
-
-template <class K>
-requires requires(const K& k) {
-    { k.hash() } -> std::convertible_to<std::size_t>;
-}
-struct DefaultHash<K> {
-    std::size_t operator()(const K& k) const noexcept(noexcept(k.hash())) {
-        return static_cast<std::size_t>(k.hash());
-    }
-};
 
 template <class K, class V, class Hash = DefaultHash<K>, class Equal = std::equal_to<K>>
 class HashMap : public MapAdapter<std::unordered_map<K, V, Hash, Equal>> {
@@ -38,7 +21,8 @@ class HashMap : public MapAdapter<std::unordered_map<K, V, Hash, Equal>> {
 
   public:
     HashMap() = default;
-    explicit HashMap(Hash hash, Equal equal = Equal()) : Base(0, std::move(hash), std::move(equal)) {}
+    explicit HashMap(Hash hash, Equal equal = Equal())
+        : Base(0, std::move(hash), std::move(equal)) {}
 
     void reserve(std::size_t n) { this->map_.reserve(n); }
 };

@@ -5,12 +5,12 @@
 #include <string>
 
 #include "RixVault/Guard.h"
-#include "RixVault/MemberHash.h"
+#include "Rix/Hash.h"
 #include "Vault/VaultReader.h"
 
 namespace RixVault {
 
-template <class K, class V, class Hash = MemberHash>
+template <class K, class V, class Hash = Rix::DefaultHash<K>>
 class Reader {
   public:
     explicit Reader(const std::string& name, Vault::ReaderOptions options = {})

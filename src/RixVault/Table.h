@@ -7,13 +7,13 @@
 #include <utility>
 
 #include "RixVault/Guard.h"
-#include "RixVault/MemberHash.h"
+#include "Rix/Hash.h"
 #include "Vault/CollectionControl.h"
 #include "Vault/VaultMap.h"
 
 namespace RixVault {
 
-template <class K, class V, class Hash = MemberHash>
+template <class K, class V, class Hash = Rix::DefaultHash<K>>
 class Table {
   public:
     using Map = Vault::VaultMap<K, V, Hash>;

@@ -3,4 +3,3 @@
 #include "Sondar/SondarConfig.h"
 #include "Sondar/SondarTrace.h"
 #include "Sondar/SondarTypes.h"
-#include "Sondar/TorkHdr.h"

@@ -112,7 +112,7 @@ TEST(SondarEndToEnd, AnalysisEqualsGroundTruthWhereDuplicatesStayInTheWindow) {
 TEST(SondarEndToEnd, DuplicatesBeyondTheWindowLowerDuplicatesAndLossAlike) {
     ToolTest::ScratchDir dir;
     const Outcome r = roundTrip(mix(0.05, 0.03, 0.05, 200, 0, 12), dir.file("deep.pcap"));
-    std::map<Sondar::IngressStream, const SondarCli::StreamCount*, Sondar::StreamLess> byKey;
+    std::map<Sondar::IngressStream, const SondarCli::StreamCount*> byKey;
     for (const SondarCli::StreamCount* s : r.analyzer.streams().sorted()) byKey[s->key] = s;
     U64 missed = 0;
     for (const SondarCli::StreamTruth& t : r.truth.streams) {

@@ -151,7 +151,7 @@ void analyzeReport(std::ostream& out, const Analyzer& a, const std::string& path
 
 std::vector<std::string> truthMismatches(const GenerateResult& truth, const Analyzer& a) {
     std::vector<std::string> out;
-    std::map<Sondar::IngressStream, const StreamCount*, Sondar::StreamLess> seen;
+    std::map<Sondar::IngressStream, const StreamCount*> seen;
     for (const StreamCount* s : a.streams().sorted()) seen[s->key] = s;
     for (const StreamTruth& t : truth.streams) {
         const std::string name = streamText(t.key);

@@ -15,17 +15,6 @@ U32 EgressStream::hash() const noexcept {
            U32{srcPort_};
 }
 
-EgressHeader EgressStream::egressHeader() const {
-    EgressHeader h;
-    h.srcEthAddrIs(srcEthAddr_);
-    h.dstEthAddrIs(dstEthAddr_);
-    h.tagIs(tag_);
-    h.dstIpAddrIs(dstIpAddr_);
-    h.egressIntfIs(egressIntf_);
-    h.egressIntfIpIs(egressIntfIp_);
-    return h;
-}
-
 U32 IngressStream::hash() const noexcept {
     return srcEthAddr_.hash() ^ dstEthAddr_.hash() ^ U32{tag_.value()} ^ dstIpAddr_.hash() ^
            egressIntf_.hash() ^ egressIntfIp_.hash() ^ srcIpAddr_.hash() ^ U32{ttl_} ^ ipType_.hash() ^

@@ -7,6 +7,7 @@
 #include <type_traits>
 
 #include "Bridging/VlanIdOrNone.h"
+#include "Rix/Hash.h"
 #include "Rix/Value.h"
 #include "Wirex/Addresses.h"
 #include "Wirex/IntfId.h"
@@ -14,12 +15,12 @@
 
 namespace Sondar {
 
-#define SONDAR_EGRESS_HEADER_FIELDS(X)            \
-    X(Wirex::EthAddr, srcEthAddr, {}, rw)         \
-    X(Wirex::EthAddr, dstEthAddr, {}, rw)         \
-    X(Bridging::VlanIdOrNone, tag, {}, rw)        \
-    X(Wirex::IpAddr, dstIpAddr, {}, rw)           \
-    X(Wirex::IntfId, egressIntf, {}, rw)          \
+#define SONDAR_EGRESS_HEADER_FIELDS(X)     \
+    X(Wirex::EthAddr, srcEthAddr, {}, rw)  \
+    X(Wirex::EthAddr, dstEthAddr, {}, rw)  \
+    X(Bridging::VlanIdOrNone, tag, {}, rw) \
+    X(Wirex::IpAddr, dstIpAddr, {}, rw)    \
+    X(Wirex::IntfId, egressIntf, {}, rw)   \
     X(Wirex::IpAddr, egressIntfIp, {}, rw)
 
 #define SONDAR_EGRESS_STREAM_FIELDS(X)  \
@@ -48,15 +49,14 @@ class EgressStream {
     EgressStream() = default;
     // Ten fields: egressIfIndex is left out on purpose (equal keys still hash equally).
     U32 hash() const noexcept;
-    EgressHeader egressHeader() const;
     friend bool operator==(const EgressStream&, const EgressStream&) = default;
     // By interface address, interface, destination, TTL, protocol, MACs, tag, source, ifIndex
     // and port.
     friend bool operator<(const EgressStream& a, const EgressStream& b) {
         using S = EgressStream;
-        return Rix::lessByPriority(a, b, &S::egressIntfIp_, &S::egressIntf_, &S::dstIpAddr_, &S::ttl_,
-                                   &S::ipType_, &S::dstEthAddr_, &S::srcEthAddr_, &S::tag_, &S::srcIpAddr_,
-                                   &S::egressIfIndex_, &S::srcPort_);
+        return Rix::lessByPriority(a, b, &S::egressIntfIp_, &S::egressIntf_, &S::dstIpAddr_,
+                                   &S::ttl_, &S::ipType_, &S::dstEthAddr_, &S::srcEthAddr_,
+                                   &S::tag_, &S::srcIpAddr_, &S::egressIfIndex_, &S::srcPort_);
     }
     friend bool operator>(const EgressStream& a, const EgressStream& b) { return b < a; }
     friend bool operator<=(const EgressStream& a, const EgressStream& b) { return !(b < a); }
@@ -84,28 +84,15 @@ class IngressStream {
     friend bool operator>=(const IngressStream& a, const IngressStream& b) { return !(a < b); }
 };
 
-static_assert(std::is_trivially_copyable_v<EgressHeader> && std::is_trivially_copyable_v<EgressStream> &&
+static_assert(std::is_trivially_copyable_v<EgressHeader> &&
+              std::is_trivially_copyable_v<EgressStream> &&
               std::is_trivially_copyable_v<IngressStream>);
-
-// Orders keys by their own operator<, for ordered maps.
-struct StreamLess {
-    template <class K>
-    bool operator()(const K& a, const K& b) const {
-        return a < b;
-    }
-};
-struct StreamHash {
-    template <class K>
-    std::size_t operator()(const K& k) const noexcept {
-        return k.hash();
-    }
-};
 
 }  // namespace Sondar
 
 template <>
-struct std::hash<Sondar::EgressHeader> : Sondar::StreamHash {};
+struct std::hash<Sondar::EgressHeader> : Rix::DefaultHash<Sondar::EgressHeader> {};
 template <>
-struct std::hash<Sondar::EgressStream> : Sondar::StreamHash {};
+struct std::hash<Sondar::EgressStream> : Rix::DefaultHash<Sondar::EgressStream> {};
 template <>
-struct std::hash<Sondar::IngressStream> : Sondar::StreamHash {};
+struct std::hash<Sondar::IngressStream> : Rix::DefaultHash<Sondar::IngressStream> {};
