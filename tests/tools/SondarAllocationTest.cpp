@@ -2,48 +2,12 @@
 // stream, per restart or per run, never per probe.
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <cstdlib>
-#include <new>
-
+#include "AllocationCounter.h"
 #include "ToolTestUtil.h"
 #include "Wirex/FrameParser.h"
 #include "Wirex/PcapFile.h"
 #include "sondar/Analyzer.h"
 #include "sondar/Generator.h"
-
-namespace {
-std::atomic<unsigned long> allocations{0};
-}  // namespace
-
-// The replacements pair malloc with free; inlined into a new expression, GCC would take the free
-// for a mismatch.
-#if defined(__GNUC__) && !defined(__clang__)
-#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
-#endif
-namespace {
-void* counted(std::size_t n) noexcept {
-    allocations.fetch_add(1, std::memory_order_relaxed);
-    return std::malloc(n ? n : 1);
-}
-void* countedOrThrow(std::size_t n) {
-    if (void* p = counted(n)) return p;
-    throw std::bad_alloc();
-}
-}  // namespace
-
-// Every unaligned form, so that no allocation escapes the count and every one is freed by the
-// matching function; the aligned forms are left to the library and are not counted.
-void* operator new(std::size_t n) { return countedOrThrow(n); }
-void* operator new[](std::size_t n) { return countedOrThrow(n); }
-void* operator new(std::size_t n, const std::nothrow_t&) noexcept { return counted(n); }
-void* operator new[](std::size_t n, const std::nothrow_t&) noexcept { return counted(n); }
-void operator delete(void* p) noexcept { std::free(p); }
-void operator delete[](void* p) noexcept { std::free(p); }
-void operator delete(void* p, std::size_t) noexcept { std::free(p); }
-void operator delete[](void* p, std::size_t) noexcept { std::free(p); }
-void operator delete(void* p, const std::nothrow_t&) noexcept { std::free(p); }
-void operator delete[](void* p, const std::nothrow_t&) noexcept { std::free(p); }
 
 namespace {
 
@@ -59,13 +23,12 @@ SondarCli::GenerateOptions options(U64 count) {
 }
 
 unsigned long generateAllocations(U64 count, const std::string& path) {
-    const unsigned long before = allocations.load();
+    const unsigned long before = SondarTest::heapAllocations.load();
     {
-        auto writer =
-            SondarCli::pcapOutput(path);
+        auto writer = SondarCli::pcapOutput(path);
         SondarCli::generate(options(count), writer, writer.ptr());
     }
-    return allocations.load() - before;
+    return SondarTest::heapAllocations.load() - before;
 }
 
 TEST(SondarAllocation, GenerateAllocatesTheSameForFiftyTimesTheProbes) {
@@ -96,10 +59,10 @@ TEST(SondarAllocation, AnalyzingProbesOfKnownStreamsAllocatesNothing) {
     const std::size_t warm = frames.size() / 10;
     feed(0, warm);
     ASSERT_EQ(analyzer.streams().size(), 4u);
-    const unsigned long before = allocations.load();
+    const unsigned long before = SondarTest::heapAllocations.load();
     feed(warm, frames.size());
     analyzer.doCalcLoss();
-    EXPECT_EQ(allocations.load() - before, 0u);
+    EXPECT_EQ(SondarTest::heapAllocations.load() - before, 0u);
     EXPECT_EQ(analyzer.totals().probes, frames.size());
 }
 
