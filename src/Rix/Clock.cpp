@@ -24,7 +24,7 @@ WallClockTime systemWallClock() {
 namespace detail {
 NowSource nowSource = &systemNow;
 WallClockSource wallClockSource = &systemWallClock;
-thread_local Seconds loopTime = 0.0;
+constinit thread_local Seconds loopTime = 0.0;
 }  // namespace detail
 
 NowSource nowSourceIs(NowSource source) {

@@ -18,7 +18,7 @@ namespace detail {
 extern NowSource nowSource;
 extern WallClockSource wallClockSource;
 // The current thread's loop time, or 0 when none is set.
-extern thread_local Seconds loopTime __attribute__((tls_model("initial-exec")));
+extern constinit thread_local Seconds loopTime __attribute__((tls_model("initial-exec")));
 }  // namespace detail
 
 // Current wall-clock time in seconds: the thread's loop time while a LoopTime is alive, the

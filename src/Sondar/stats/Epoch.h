@@ -1,6 +1,7 @@
 #pragma once
 // The time at which a transmitter's probe sequence (re)started, as whole seconds and
 // microseconds. Every way of making an Epoch enforces useconds <= 999999.
+#include <bit>
 #include <string_view>
 #include <tuple>
 
@@ -27,10 +28,12 @@ class Epoch {
     void validate() const;
 
     RIX_VALUE(Epoch)
-    friend bool operator==(const Epoch&, const Epoch&) = default;
+    // Compared as one word: a stream's epoch is checked for every received probe.
+    friend bool operator==(const Epoch& a, const Epoch& b) noexcept { return a.word() == b.word(); }
     friend auto operator<=>(const Epoch&, const Epoch&) = default;
 
   private:
+    U64 word() const noexcept { return std::bit_cast<U64>(*this); }
     U32 seconds_ = 0;
     U32 useconds_ = 0;
 };
