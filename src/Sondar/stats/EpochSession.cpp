@@ -15,6 +15,68 @@ void DuplicateProbeWindow::setDuplicateWindow(const U64& seqWin, const U64& mask
                                                                            << seqWin << ", mask: " << mask);
 }
 
+void EpochSession::countProbe(U64 seq) {
+    const U64 oldMax = maxSeqNumRecvd_;
+    U64 nstart = windowStartSeq_;
+    const U64 received = ++probesReceived_;
+    const U64 newMax = std::max(oldMax, seq);
+    maxSeqNumRecvd_ = newMax;
+    const U64 newMin = std::min(minSeqNumRecvd_, seq);
+    minSeqNumRecvd_ = newMin;
+
+    // A probe equal to the latest one is not misordered.
+    if (seq < lastSequenceNumber_) {
+        ++probesMisordered_;
+    } else {
+        lastSequenceNumber_ = seq;
+    }
+
+    U64 nwin = probesSeqWindow_;
+    if (nstart == 0) [[unlikely]] {
+        // zero means the window was never placed: it starts at this probe
+        nstart = seq;
+        windowStartSeq_ = seq;
+    } else {
+        const U64 start = nstart;
+        const U64 span = newMax + 1 - std::min(start, seq);
+        if (start <= seq) {
+            if (span > windowSize && seq > oldMax) {
+                // The window slides by the distance from the previous maximum, so the newest probe
+                // keeps the bit position the previous maximum had.
+                const U64 d = seq - oldMax;
+                if (d < windowSize) {
+                    nwin >>= d;
+                    nstart = start + d;
+                } else {
+                    nwin = 0;
+                    nstart = seq;
+                }
+                windowStartSeq_ = nstart;
+            }
+        } else if (span <= windowSize) {
+            // a late probe that still fits: slide back so that it becomes bit 0
+            const U64 back = start - seq;
+            nwin = back < windowSize ? nwin << back : 0;
+            nstart = seq;
+            windowStartSeq_ = seq;
+        } else if (detail::traceOn()) {
+            detail::traceOutOfWindow(seq);
+        }
+    }
+
+    if (static_cast<S64>(seq - nstart) >= 0) {
+        const U64 bit = U64{1} << ((seq - nstart) % windowSize);
+        if (nwin & bit) [[unlikely]] {
+            if (detail::traceOn()) detail::traceDuplicate(seq, nstart, bit, nwin);
+            duplicateProbeWindow_.setDuplicateWindow(nwin, bit, nstart);
+            ++probesDuplicated_;
+        } else {
+            probesSeqWindow_ = nwin | bit;
+        }
+    }
+    lostIs(newMax, newMin, received);
+}
+
 namespace detail {
 
 bool traceOn() noexcept { return sondarTrace.enabled(6); }

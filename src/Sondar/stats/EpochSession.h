@@ -32,6 +32,13 @@ class EpochSession {
     // its rare paths (a duplicate's snapshot, trace text, huge counts) are out of line.
     inline void setPacket(const U64& seqNo);
 
+  private:
+    // Every probe the inline path does not take: late, duplicated, far ahead, or the first ones.
+    [[gnu::noinline]] void countProbe(U64 seq);
+    inline void lostIs(U64 newMax, U64 newMin, U64 received);
+
+  public:
+
     friend bool operator==(const EpochSession&, const EpochSession&) = default;
     friend auto operator<=>(const EpochSession&, const EpochSession&) = default;
 };
@@ -56,65 +63,26 @@ inline U64 expectedProbes(U64 newMax, U64 newMin) {
 
 inline void EpochSession::setPacket(const U64& seqNo) {
     const U64 seq = seqNo;
-    const U64 received = ++probesReceived_;
     const U64 oldMax = maxSeqNumRecvd_;
-    const U64 newMax = std::max(oldMax, seq);
-    maxSeqNumRecvd_ = newMax;
-    const U64 newMin = std::min(minSeqNumRecvd_, seq);
-    minSeqNumRecvd_ = newMin;
-
-    // A probe equal to the latest one is not misordered.
-    if (seq < lastSequenceNumber_) {
-        ++probesMisordered_;
-    } else {
+    const U64 start = windowStartSeq_;
+    // The commonest probe by far: a new maximum at most 63 past the previous one, on a full window
+    // whose top bit is the previous maximum. The window slides by the distance, so the probe lands
+    // on the top bit, which the slide has just cleared: never a duplicate, never misordered.
+    const U64 ahead = seq - oldMax;
+    if (ahead - 1 < windowSize - 1 && oldMax - start == windowSize - 1 && start != 0 &&
+        seq >= lastSequenceNumber_ && minSeqNumRecvd_ <= seq) [[likely]] {
+        const U64 received = ++probesReceived_;
+        maxSeqNumRecvd_ = seq;
         lastSequenceNumber_ = seq;
+        windowStartSeq_ = start + ahead;
+        probesSeqWindow_ = probesSeqWindow_ >> ahead | U64{1} << (windowSize - 1);
+        lostIs(seq, minSeqNumRecvd_, received);
+        return;
     }
+    countProbe(seq);
+}
 
-    U64 nwin = probesSeqWindow_;
-    U64 nstart = windowStartSeq_;
-    if (nstart == 0) [[unlikely]] {
-        // zero means the window was never placed: it starts at this probe
-        nstart = seq;
-        windowStartSeq_ = seq;
-    } else {
-        const U64 start = nstart;
-        const U64 span = newMax + 1 - std::min(start, seq);
-        if (start <= seq) {
-            if (span > windowSize && seq > oldMax) {
-                // The window slides by the distance from the previous maximum, so the newest probe
-                // keeps the bit position the previous maximum had.
-                const U64 d = seq - oldMax;
-                if (d < windowSize) {
-                    nwin >>= d;
-                    nstart = start + d;
-                } else {
-                    nwin = 0;
-                    nstart = seq;
-                }
-                windowStartSeq_ = nstart;
-            }
-        } else if (span <= windowSize) {
-            // a late probe that still fits: slide back so that it becomes bit 0
-            const U64 back = start - seq;
-            nwin = back < windowSize ? nwin << back : 0;
-            nstart = seq;
-            windowStartSeq_ = seq;
-        } else if (detail::traceOn()) {
-            detail::traceOutOfWindow(seq);
-        }
-    }
-
-    if (static_cast<S64>(seq - nstart) >= 0) {
-        const U64 bit = U64{1} << ((seq - nstart) % windowSize);
-        if (nwin & bit) [[unlikely]] {
-            if (detail::traceOn()) detail::traceDuplicate(seq, nstart, bit, nwin);
-            duplicateProbeWindow_.setDuplicateWindow(nwin, bit, nstart);
-            ++probesDuplicated_;
-        } else {
-            probesSeqWindow_ = nwin | bit;
-        }
-    }
-
+inline void EpochSession::lostIs(U64 newMax, U64 newMin, U64 received) {
     // lost = range seen - received + duplicates, never below zero: a late probe that fills a gap
     // lowers the loss, a duplicate leaves it alone. The sum is taken in doubles; with every term
     // below 2^52 it is exact there, so integers give the same result faster.
