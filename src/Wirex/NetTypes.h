@@ -44,25 +44,29 @@ constexpr T netOrder(T v) noexcept {
         return v;
 }
 
-// A 32-bit hash of a byte range (FNV-1a), the building block of every type's hash().
-// Eight bytes at a time, each word folded in by a multiply and a shift, so a key's hash costs a
-// few cycles per word rather than per byte; callers hash fixed sizes, so the loops unroll.
+// A 32-bit hash of a byte range, the building block of every type's hash(). Words are multiplied
+// by distinct odd constants and summed, so the multiplies are independent of one another, and a
+// final multiply-xorshift spreads every input bit over the 32 bits kept. Callers hash fixed
+// sizes, so everything unrolls into a handful of instructions per word.
 inline U32 hashBytes(const void* data, std::size_t n) noexcept {
+    constexpr U64 k[4] = {0x9E3779B97F4A7C15ull, 0xBF58476D1CE4E5B9ull, 0x94D049BB133111EBull,
+                          0xD6E8FEB86659FD93ull};
     const auto* p = static_cast<const U8*>(data);
-    U64 h = 0x9E3779B97F4A7C15ull ^ n;
-    for (; n >= 8; p += 8, n -= 8) {
+    U64 h = n * 0xA0761D6478BD642Full;
+    std::size_t i = 0;
+    for (; n >= 8; p += 8, n -= 8, ++i) {
         U64 w;
         std::memcpy(&w, p, 8);
-        h = (h ^ w) * 0xBF58476D1CE4E5B9ull;
-        h ^= h >> 31;
+        h += (w ^ k[(i + 1) % 4]) * k[i % 4];
     }
     if (n) {
         U64 w = 0;
         std::memcpy(&w, p, n);
-        h = (h ^ w) * 0x94D049BB133111EBull;
-        h ^= h >> 29;
+        h += (w ^ k[(i + 1) % 4]) * k[i % 4];
     }
-    return static_cast<U32>(h ^ (h >> 32));
+    h ^= h >> 32;
+    h *= 0xE7037ED1A0B428DBull;
+    return static_cast<U32>(h >> 32);
 }
 
 // An unsigned integer field of the width of T, held big-endian. Tag keeps distinct field kinds

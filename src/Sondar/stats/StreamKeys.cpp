@@ -4,23 +4,6 @@
 
 namespace Sondar {
 
-U32 EgressHeader::hash() const noexcept {
-    return srcEthAddr_.hash() ^ dstEthAddr_.hash() ^ U32{tag_.value()} ^ dstIpAddr_.hash() ^
-           egressIntf_.hash() ^ egressIntfIp_.hash();
-}
-
-U32 EgressStream::hash() const noexcept {
-    return srcEthAddr_.hash() ^ dstEthAddr_.hash() ^ U32{tag_.value()} ^ dstIpAddr_.hash() ^
-           egressIntf_.hash() ^ egressIntfIp_.hash() ^ srcIpAddr_.hash() ^ U32{ttl_} ^ ipType_.hash() ^
-           U32{srcPort_};
-}
-
-U32 IngressStream::hash() const noexcept {
-    return srcEthAddr_.hash() ^ dstEthAddr_.hash() ^ U32{tag_.value()} ^ dstIpAddr_.hash() ^
-           egressIntf_.hash() ^ egressIntfIp_.hash() ^ srcIpAddr_.hash() ^ U32{ttl_} ^ ipType_.hash() ^
-           U32{srcPort_} ^ egressIfIndex_ ^ ingressIntf_.hash();
-}
-
 std::string IngressStream::stringValue() const {
     char buf[400];
     std::snprintf(buf, sizeof buf,

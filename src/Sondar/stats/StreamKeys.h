@@ -84,6 +84,24 @@ class IngressStream {
     friend bool operator>=(const IngressStream& a, const IngressStream& b) { return !(a < b); }
 };
 
+// The keys are hashed for every received probe, so their hashes are inline.
+inline U32 EgressHeader::hash() const noexcept {
+    return srcEthAddr_.hash() ^ dstEthAddr_.hash() ^ U32{tag_.value()} ^ dstIpAddr_.hash() ^
+           egressIntf_.hash() ^ egressIntfIp_.hash();
+}
+
+inline U32 EgressStream::hash() const noexcept {
+    return srcEthAddr_.hash() ^ dstEthAddr_.hash() ^ U32{tag_.value()} ^ dstIpAddr_.hash() ^
+           egressIntf_.hash() ^ egressIntfIp_.hash() ^ srcIpAddr_.hash() ^ U32{ttl_} ^ ipType_.hash() ^
+           U32{srcPort_};
+}
+
+inline U32 IngressStream::hash() const noexcept {
+    return srcEthAddr_.hash() ^ dstEthAddr_.hash() ^ U32{tag_.value()} ^ dstIpAddr_.hash() ^
+           egressIntf_.hash() ^ egressIntfIp_.hash() ^ srcIpAddr_.hash() ^ U32{ttl_} ^ ipType_.hash() ^
+           U32{srcPort_} ^ egressIfIndex_ ^ ingressIntf_.hash();
+}
+
 static_assert(std::is_trivially_copyable_v<EgressHeader> &&
               std::is_trivially_copyable_v<EgressStream> &&
               std::is_trivially_copyable_v<IngressStream>);
