@@ -53,7 +53,7 @@ struct RtpSource {
         received_prior = 0;
 };
 constexpr U32 RTP_SEQ_MOD = 1u << 16;
-constexpr int MAX_DROPOUT = 3000, MAX_MISORDER = 100;
+constexpr int MAX_DROPOUT = 3000, MAX_MISORDER = 100, MIN_SEQUENTIAL = 2;
 void init_seq(RtpSource* s, U16 seq) {
     s->base_seq = seq;
     s->max_seq = seq;
@@ -65,7 +65,22 @@ void init_seq(RtpSource* s, U16 seq) {
 }
 int update_seq(RtpSource* s, U16 seq) {
     const U16 udelta = static_cast<U16>(seq - s->max_seq);
-    if (udelta < MAX_DROPOUT) {
+    if (s->probation) {
+        // a source is valid after MIN_SEQUENTIAL packets in sequence
+        if (seq == s->max_seq + 1) {
+            s->probation--;
+            s->max_seq = seq;
+            if (s->probation == 0) {
+                init_seq(s, seq);
+                s->received++;
+                return 1;
+            }
+        } else {
+            s->probation = MIN_SEQUENTIAL - 1;
+            s->max_seq = seq;
+        }
+        return 0;
+    } else if (udelta < MAX_DROPOUT) {
         if (seq < s->max_seq) s->cycles += RTP_SEQ_MOD;
         s->max_seq = seq;
     } else if (udelta <= RTP_SEQ_MOD - MAX_MISORDER) {
@@ -82,7 +97,8 @@ int update_seq(RtpSource* s, U16 seq) {
 
 void BM_Rfc3550(benchmark::State& state, const Pattern* p) {
     RtpSource s;
-    init_seq(&s, 1);
+    init_seq(&s, 0);
+    s.probation = MIN_SEQUENTIAL;
     drive(state, *p, [&](U64 seq) { benchmark::DoNotOptimize(update_seq(&s, static_cast<U16>(seq))); });
     benchmark::DoNotOptimize(s);
 }

@@ -69,17 +69,27 @@ inline void EpochSession::setPacket(const U64& seqNo) {
     // whose top bit is the previous maximum. The window slides by the distance, so the probe lands
     // on the top bit, which the slide has just cleared: never a duplicate, never misordered.
     const U64 ahead = seq - oldMax;
-    if (ahead - 1 < windowSize - 1 && oldMax - start == windowSize - 1 && start != 0 &&
-        seq >= lastSequenceNumber_ && minSeqNumRecvd_ <= seq) [[likely]] {
-        const U64 received = ++probesReceived_;
-        maxSeqNumRecvd_ = seq;
-        lastSequenceNumber_ = seq;
-        windowStartSeq_ = start + ahead;
-        probesSeqWindow_ = probesSeqWindow_ >> ahead | U64{1} << (windowSize - 1);
-        lostIs(seq, minSeqNumRecvd_, received);
+    const U64 low = minSeqNumRecvd_;
+    if (!(ahead - 1 < windowSize - 1 && oldMax - start == windowSize - 1 && start != 0 &&
+          seq >= lastSequenceNumber_ && low <= seq)) [[unlikely]] {
+        countProbe(seq);
         return;
     }
-    countProbe(seq);
+    const U64 before = probesReceived_;
+    probesReceived_ = before + 1;
+    maxSeqNumRecvd_ = seq;
+    lastSequenceNumber_ = seq;
+    windowStartSeq_ = start + ahead;
+    probesSeqWindow_ = probesSeqWindow_ >> ahead | U64{1} << (windowSize - 1);
+    // The range seen is below 2^31 and covers every probe received: the loss is plain integer
+    // arithmetic, exact as long as the duplicates stay below 2^52.
+    const U64 range = seq - low;
+    const U64 dups = probesDuplicated_;
+    if (range < 0x7FFF'FFFF && before <= range && dups < U64{1} << 52) [[likely]] {
+        probesLost_ = range - before + dups;
+    } else {
+        lostIs(seq, low, before + 1);
+    }
 }
 
 inline void EpochSession::lostIs(U64 newMax, U64 newMin, U64 received) {
