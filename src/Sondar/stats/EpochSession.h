@@ -28,19 +28,17 @@ class EpochSession {
 
     EpochSession() = default;
 
-    // Counts one received probe of this session's epoch. Runs for every probe: it is inline, and
-    // its rare paths (a duplicate's snapshot, trace text, huge counts) are out of line.
+    // Counts one received probe of this session's epoch. Runs for every probe: a probe in order
+    // is counted inline, every other one by the full rules out of line.
     inline void setPacket(const U64& seqNo);
+
+    friend bool operator==(const EpochSession&, const EpochSession&) = default;
+    friend auto operator<=>(const EpochSession&, const EpochSession&) = default;
 
   private:
     // Every probe the inline path does not take: late, duplicated, far ahead, or the first ones.
     [[gnu::noinline]] void countProbe(U64 seq);
     inline void lostIs(U64 newMax, U64 newMin, U64 received);
-
-  public:
-
-    friend bool operator==(const EpochSession&, const EpochSession&) = default;
-    friend auto operator<=>(const EpochSession&, const EpochSession&) = default;
 };
 
 namespace detail {
