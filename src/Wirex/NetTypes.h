@@ -45,8 +45,8 @@ constexpr T netOrder(T v) noexcept {
 }
 
 // A 32-bit hash of a byte range, the building block of every type's hash(). Words are multiplied
-// by distinct odd constants and summed, so the multiplies are independent of one another, and a
-// final multiply-xorshift spreads every input bit over the 32 bits kept. Callers hash fixed
+// by distinct odd constants and summed, so the multiplies are independent of one another; the
+// upper half of the sum, where every input bit has carried, is the hash. Callers hash fixed
 // sizes, so everything unrolls into a handful of instructions per word.
 inline U32 hashBytes(const void* data, std::size_t n) noexcept {
     constexpr U64 k[4] = {0x9E3779B97F4A7C15ull, 0xBF58476D1CE4E5B9ull, 0x94D049BB133111EBull,
@@ -64,8 +64,6 @@ inline U32 hashBytes(const void* data, std::size_t n) noexcept {
         std::memcpy(&w, p, n);
         h += (w ^ k[(i + 1) % 4]) * k[i % 4];
     }
-    h ^= h >> 32;
-    h *= 0xE7037ED1A0B428DBull;
     return static_cast<U32>(h >> 32);
 }
 
