@@ -79,11 +79,11 @@ inline void EpochSession::setPacket(const U64& seqNo) {
     lastSequenceNumber_ = seq;
     windowStartSeq_ = start + ahead;
     probesSeqWindow_ = probesSeqWindow_ >> ahead | U64{1} << (windowSize - 1);
-    // The range seen is below 2^31 and covers every probe received: the loss is plain integer
-    // arithmetic, exact as long as the duplicates stay below 2^52.
+    // The range seen is below 2^31 and covers every probe received, duplicates included: the
+    // loss is plain integer arithmetic, exact in doubles too.
     const U64 range = seq - low;
     const U64 dups = probesDuplicated_;
-    if (range < 0x7FFF'FFFF && before <= range && dups < U64{1} << 52) [[likely]] {
+    if ((range | before) < 0x7FFF'FFFF && before <= range && dups <= before) [[likely]] {
         probesLost_ = range - before + dups;
     } else {
         lostIs(seq, low, before + 1);
