@@ -25,6 +25,7 @@
 #include "Rix/Format.h"
 #include "Vault/CollectionControl.h"
 #include "Vault/Layout.h"
+#include "Vault/Payload.h"
 #include "Vault/Segment.h"
 #include "Vault/VaultException.h"
 
@@ -36,9 +37,8 @@ class VaultMap final : public MountedTable {
     static_assert(std::is_trivially_copyable_v<V>, "table values must be trivially copyable");
     static_assert(sizeof(K) <= maxRecordBytes && sizeof(V) <= maxRecordBytes);
 
-    static constexpr U32 keyWords = wordsFor(sizeof(K));
-    static constexpr U32 payloadWords = keyWords + wordsFor(sizeof(V));
-    using Payload = std::array<U64, payloadWords>;
+    using Codec = Payload<K, V>;
+    static constexpr U32 slotWords = slotWordsFor(sizeof(K), sizeof(V));
 
   public:
     using CorruptionHandler = std::function<void(const std::string&)>;
@@ -123,25 +123,22 @@ class VaultMap final : public MountedTable {
 
     void controlGone() override { control_ = nullptr; }
     void requireMounted() const {
-        if (!segment_) throw Exception("table " + name_ + " is not mounted");
+        if (!words_) [[unlikely]]
+            notMounted();
     }
-    U64* slot(U32 i) const { return words_ + std::size_t{i} * slotWords_; }
+    [[noreturn, gnu::cold, gnu::noinline]] void notMounted() const {
+        throw Exception("table " + name_ + " is not mounted");
+    }
+    U64* slot(U32 i) const { return words_ + std::size_t{i} * slotWords; }
     U32 home(const K& key) const { return homeSlot(static_cast<U64>(hash_(key)), slotCount_); }
     bool isLive(U32 i) const { return metaState(metas_[i]) == U8(SlotState::live); }
     U32 find(const K& key) const;
-    static Payload encode(const K& key, const V& value) {
-        Payload p;
-        p[keyWords - 1] = 0;
-        p[payloadWords - 1] = 0;
-        std::memcpy(p.data(), &key, sizeof(K));
-        std::memcpy(p.data() + keyWords, &value, sizeof(V));
-        return p;
-    }
-    void publish(U32 i, U64 meta, const U64* payload);
-    void publishLive(U32 i) {
-        const Payload p = encode(keys_[i], values_[i]);
-        publish(i, liveMeta(i, wordsCheck(slotSeed(i), p.data(), payloadWords)), p.data());
-    }
+    // Publishes `value` as slot i's entry under keys_[i], copying it into values_[i] on the way
+    // unless it is that already; encoding, check and stores are one pass over its chunks.
+    template <bool intoMine>
+    void publishEntry(U32 i, const V& value);
+    // Publishes a slot without payload: empty (meta 0) or a tombstone.
+    void publishMeta(U32 i, U64 meta);
     void storeLiveCount() {
         storeWord(reinterpret_cast<U64*>(segment_.base()) + liveCountWord, live_);
     }
@@ -151,8 +148,28 @@ class VaultMap final : public MountedTable {
         throw NoMansLandException(std::string("VaultMap::") + op + "() in no man's land");
     }
     // The header and slot `i` must hold exactly what this writer last published.
-    void checkImage(const char* op, U32 i) const;
+    void checkImage(const char* op, U32 i) const {
+        const U64* base = static_cast<const U64*>(segment_.base());
+        U64 diff = loadWord(base + liveCountWord) ^ live_;
+        for (std::size_t w = 0; w < headerFieldWords; ++w) diff |= loadWord(base + w) ^ header_[w];
+        if (i != none) {
+            diff |= (loadWord(slot(i)) ^ seqs_[i]) | (loadWord(slot(i) + 1) ^ metas_[i]);
+        }
+        if (diff) [[unlikely]]
+            imageBroken(op, i);
+    }
+    [[noreturn, gnu::cold, gnu::noinline]] void imageBroken(const char* op, U32 i) const;
     void recover();
+    // Whether slot i's payload in the segment is exactly the encoding of this writer's entry.
+    bool slotHolds(U32 i) const {
+        const U64* s = slot(i) + 2;
+        U32 same = 0xffff;
+        Codec::template forChunks<0, Codec::chunks>([&](auto c) VAULT_INLINE {
+            same &= Chunks::equalBytes(Chunks::loadShared(s + 2 * c),
+                                       Codec::template encode<c>(keys_[i], values_[i]));
+        });
+        return same == 0xffff;
+    }
 
     Hash hash_;
     std::string name_;
@@ -161,7 +178,6 @@ class VaultMap final : public MountedTable {
     U64* words_ = nullptr;
     U32 capacity_ = 0;
     U32 slotCount_ = 0;
-    U32 slotWords_ = 0;
     U32 live_ = 0;
     U32 repaired_ = 0;
     std::array<U64, headerFieldWords> header_{};
@@ -204,7 +220,6 @@ void VaultMap<K, V, H>::mount(CollectionControl& control) {
         }
         capacity_ = fields.capacity;
         slotCount_ = fields.slotCount;
-        slotWords_ = fields.slotWords;
         words_ = base + headerBytes / 8;
         keys_.assign(slotCount_, K{});
         values_.assign(slotCount_, V{});
@@ -256,14 +271,22 @@ U32 VaultMap<K, V, H>::find(const K& key) const {
 // acquire fence cannot read the old even counter afterwards. The final release store of the even
 // counter orders the words before it for a reader that acquires it.
 template <class K, class V, class H>
-void VaultMap<K, V, H>::publish(U32 i, U64 meta, const U64* payload) {
+template <bool intoMine>
+void VaultMap<K, V, H>::publishEntry(U32 i, const V& value) {
     U64* s = slot(i);
     const U64 seq = seqs_[i];
     storeWord(s, seq + 1);
     std::atomic_thread_fence(std::memory_order_release);
-    if (payload) {
-        for (U32 w = 0; w < payloadWords; ++w) storeWord(s + 2 + w, payload[w]);
-    }
+    const K& key = keys_[i];
+    V& mine = values_[i];
+    EntryCheck check;
+    Codec::template forChunks<0, Codec::chunks>([&](auto c) VAULT_INLINE {
+        const Chunk chunk = Codec::template encode<c>(key, value);
+        check.add(chunk);
+        Chunks::storeShared(s + 2 + 2 * c, chunk);
+        if constexpr (intoMine) Codec::template decodeValue<c>(chunk, mine);
+    });
+    const U64 meta = liveMeta(i, check.value(slotSeed(i)));
     storeWord(s + 1, meta);
     storeWord(s, seq + 2, std::memory_order_release);
     seqs_[i] = seq + 2;
@@ -271,7 +294,19 @@ void VaultMap<K, V, H>::publish(U32 i, U64 meta, const U64* payload) {
 }
 
 template <class K, class V, class H>
-void VaultMap<K, V, H>::checkImage(const char* op, U32 i) const {
+void VaultMap<K, V, H>::publishMeta(U32 i, U64 meta) {
+    U64* s = slot(i);
+    const U64 seq = seqs_[i];
+    storeWord(s, seq + 1);
+    std::atomic_thread_fence(std::memory_order_release);
+    storeWord(s + 1, meta);
+    storeWord(s, seq + 2, std::memory_order_release);
+    seqs_[i] = seq + 2;
+    metas_[i] = meta;
+}
+
+template <class K, class V, class H>
+void VaultMap<K, V, H>::imageBroken(const char* op, U32 i) const {
     const U64* base = static_cast<const U64*>(segment_.base());
     for (std::size_t w = 0; w < headerFieldWords; ++w) {
         if (loadWord(base + w) != header_[w]) {
@@ -282,9 +317,7 @@ void VaultMap<K, V, H>::checkImage(const char* op, U32 i) const {
     if (loadWord(base + liveCountWord) != live_) {
         noMansLand(op, Rix::format("table %s: live count was overwritten", name_.c_str()));
     }
-    if (i != none && (loadWord(slot(i)) != seqs_[i] || loadWord(slot(i) + 1) != metas_[i])) {
-        noMansLand(op, Rix::format("table %s: slot %u was overwritten", name_.c_str(), i));
-    }
+    noMansLand(op, Rix::format("table %s: slot %u was overwritten", name_.c_str(), i));
 }
 
 template <class K, class V, class H>
@@ -314,8 +347,7 @@ V* VaultMap<K, V, H>::safeWrite(const K& key, const V& value) {
     }
     checkImage("safeWrite", target);
     keys_[target] = key;
-    values_[target] = value;
-    publishLive(target);
+    publishEntry<true>(target, value);
     if (inserting) {
         ++live_;
         storeLiveCount();
@@ -337,12 +369,8 @@ bool VaultMap<K, V, H>::directCommit(const V* value) {
             Rix::format("table %s: committed entry is not a live entry of it", name_.c_str()));
     }
     checkImage("directCommit", i);
-    const Payload p = encode(keys_[i], values_[i]);
-    const U64* s = slot(i) + 2 + keyWords;
-    bool changed = false;
-    for (U32 w = keyWords; w < payloadWords && !changed; ++w) changed = loadWord(s++) != p[w];
-    if (!changed) return false;
-    publish(i, liveMeta(i, wordsCheck(slotSeed(i), p.data(), payloadWords)), p.data());
+    if (slotHolds(i)) return false;
+    publishEntry<false>(i, values_[i]);
     if (hook_) hook_(keys_[i]);
     return true;
 }
@@ -358,13 +386,13 @@ std::optional<V> VaultMap<K, V, H>::safeRemove(const K& key) {
     checkImage("safeRemove", i);
     std::optional<V> removed = values_[i];
     const U32 mask = slotCount_ - 1;
-    publish(i, tombstoneMeta(i), nullptr);
+    publishMeta(i, tombstoneMeta(i));
     // Tombstones that end a chain are not needed to reach anything: empty them, so that lookups
     // of absent keys keep stopping early.
     if (metaState(metas_[(i + 1) & mask]) == U8(SlotState::empty)) {
         for (U32 j = i, n = 0; n < slotCount_ && metaState(metas_[j]) == U8(SlotState::tombstone);
              ++n, j = (j - 1) & mask) {
-            publish(j, 0, nullptr);
+            publishMeta(j, 0);
         }
     }
     --live_;
@@ -380,7 +408,7 @@ void VaultMap<K, V, H>::removeAll() {
     for (U32 i = 0; i < slotCount_; ++i) {
         if (metas_[i] == 0) continue;
         const bool wasLive = isLive(i);
-        publish(i, 0, nullptr);
+        publishMeta(i, 0);
         if (wasLive) {
             --live_;
             storeLiveCount();
@@ -400,11 +428,8 @@ U32 VaultMap<K, V, H>::validate() {
     }
     for (U32 i = 0; i < slotCount_; ++i) {
         const U64* s = slot(i);
-        bool ok = loadWord(s) == seqs_[i] && loadWord(s + 1) == metas_[i];
-        if (ok && isLive(i)) {
-            const Payload p = encode(keys_[i], values_[i]);
-            for (U32 w = 0; w < payloadWords && ok; ++w) ok = loadWord(s + 2 + w) == p[w];
-        }
+        const bool ok =
+            loadWord(s) == seqs_[i] && loadWord(s + 1) == metas_[i] && (!isLive(i) || slotHolds(i));
         if (!ok) {
             ++bad;
             if (handler_)
@@ -425,14 +450,15 @@ void VaultMap<K, V, H>::recover() {
         if (handler_)
             handler_(
                 Rix::format("table %s: slot %u %s; its entry was removed", name_.c_str(), i, why));
-        publish(i, tombstoneMeta(i), nullptr);
+        publishMeta(i, tombstoneMeta(i));
     };
     for (U32 i = 0; i < slotCount_; ++i) {
         const U64* s = slot(i);
         const U64 seq = loadWord(s);
         const U64 meta = loadWord(s + 1);
-        Payload p;
-        for (U32 w = 0; w < payloadWords; ++w) p[w] = loadWord(s + 2 + w);
+        typename Codec::Image p;
+        EntryCheck check;
+        for (U32 c = 0; c < Codec::chunks; ++c) check.add(p[c] = Chunks::loadShared(s + 2 + 2 * c));
         seqs_[i] = seq & ~U64{1};
         const U8 st = metaState(meta);
         bool ok;
@@ -442,7 +468,7 @@ void VaultMap<K, V, H>::recover() {
             ok = meta == tombstoneMeta(i);
         } else {
             ok = st == U8(SlotState::live) && metaIndex(meta) == i &&
-                 metaCheck(meta) == wordsCheck(slotSeed(i), p.data(), payloadWords);
+                 metaCheck(meta) == check.value(slotSeed(i));
         }
         if (!ok) {
             drop(i, (seq & 1) ? "was caught mid-write" : "failed its check");
@@ -450,10 +476,10 @@ void VaultMap<K, V, H>::recover() {
         }
         metas_[i] = meta;
         if (st == U8(SlotState::live)) {
-            std::memcpy(static_cast<void*>(&keys_[i]), p.data(), sizeof(K));
-            std::memcpy(static_cast<void*>(&values_[i]), p.data() + keyWords, sizeof(V));
+            keys_[i] = Codec::decodeKey(p);
+            values_[i] = Codec::decodeValue(p);
         }
-        if (seq & 1) publish(i, meta, nullptr);  // the write had finished: close it
+        if (seq & 1) publishMeta(i, meta);  // the write had finished: close it
     }
     for (U32 i = 0; i < slotCount_; ++i) {
         if (!isLive(i)) continue;

@@ -21,6 +21,7 @@
 
 #include "Rix/Format.h"
 #include "Vault/Layout.h"
+#include "Vault/Payload.h"
 #include "Vault/Segment.h"
 #include "Vault/VaultException.h"
 
@@ -47,9 +48,9 @@ template <class K, class V, class Hash = std::hash<K>>
 class VaultReader {
     static_assert(std::is_trivially_copyable_v<K>, "table keys must be trivially copyable");
     static_assert(std::is_trivially_copyable_v<V>, "table values must be trivially copyable");
-    static constexpr U32 keyWords = wordsFor(sizeof(K));
-    static constexpr U32 payloadWords = keyWords + wordsFor(sizeof(V));
-    using Payload = std::array<U64, payloadWords>;
+    using Codec = Payload<K, V>;
+    using Image = typename Codec::Image;
+    static constexpr U32 slotWords = slotWordsFor(sizeof(K), sizeof(V));
 
   public:
     using CorruptionHandler = std::function<void(const std::string&)>;
@@ -67,7 +68,6 @@ class VaultReader {
         std::memcpy(header_.data(), &h, sizeof h);
         capacity_ = h.capacity;
         slotCount_ = h.slotCount;
-        slotWords_ = h.slotWords;
         words_ = base + headerBytes / 8;
     }
 
@@ -80,6 +80,7 @@ class VaultReader {
         return n > capacity_ ? capacity_ : static_cast<U32>(n);
     }
 
+    // Copies the value of `key` into `out` when found; `out` is unspecified otherwise.
     ReadResult find(const K& key, V& out) const;
     // The value, or nothing when absent; a busy or corrupt entry throws Vault::Exception.
     std::optional<V> lookup(const K& key) const {
@@ -102,22 +103,24 @@ class VaultReader {
 
   private:
     enum class Copy : U8 { whole, busy };
-    const U64* slot(U32 i) const { return words_ + std::size_t{i} * slotWords_; }
+    const U64* slot(U32 i) const { return words_ + std::size_t{i} * slotWords; }
     bool headerIntact() const {
         const U64* base = static_cast<const U64*>(segment_.base());
-        for (std::size_t w = 0; w < headerFieldWords; ++w) {
-            if (loadWord(base + w) != header_[w]) return false;
-        }
-        return true;
+        U64 diff = 0;
+        for (std::size_t w = 0; w < headerFieldWords; ++w) diff |= loadWord(base + w) ^ header_[w];
+        return diff == 0;
     }
     ReadResult corrupt(const std::string& what) const {
         if (handler_) handler_("table " + name_ + ": " + what);
         return ReadResult::corrupt;
     }
-    // Copies slot i's meta and key; the value too when `wanted` is null or the key equals it,
-    // and then also the check of the copied words.
-    Copy copySlot(U32 i, const K* wanted, U64& meta, Payload& p, bool& keyMatched,
-                  U32& check) const;
+    // Copies slot i's meta and key; the value too when `wanted` is null or matches the key,
+    // and then also the check of the copied chunks.
+    Copy copySlot(U32 i, const typename Codec::KeyProbe* wanted, U64& meta, Image& p,
+                  bool& keyMatched, U32& check) const;
+    // find() for every case but a whole, valid entry under the key or a plain miss: retries,
+    // busy and corrupt slots.
+    [[gnu::cold, gnu::noinline]] ReadResult findCarefully(const K& key, V& out) const;
     // Empty when slot i's consistent copy is a valid one.
     std::string slotProblem(U32 i, U64 meta, U32 check) const {
         const U8 st = metaState(meta);
@@ -142,30 +145,27 @@ class VaultReader {
     const U64* words_ = nullptr;
     U32 capacity_ = 0;
     U32 slotCount_ = 0;
-    U32 slotWords_ = 0;
     std::array<U64, headerFieldWords> header_{};
     CorruptionHandler handler_;
 };
 
 template <class K, class V, class H>
-typename VaultReader<K, V, H>::Copy VaultReader<K, V, H>::copySlot(U32 i, const K* wanted,
-                                                                   U64& meta, Payload& p,
-                                                                   bool& keyMatched,
-                                                                   U32& check) const {
+typename VaultReader<K, V, H>::Copy VaultReader<K, V, H>::copySlot(
+    U32 i, const typename Codec::KeyProbe* wanted, U64& meta, Image& p, bool& keyMatched,
+    U32& check) const {
     const U64* s = slot(i);
     for (U32 attempt = 0; attempt < options_.maxRetries; ++attempt) {
         if (attempt >= 64) sched_yield();
         const U64 before = loadWord(s, std::memory_order_acquire);
         if (before & 1) continue;
         meta = loadWord(s + 1);
-        EntryCheck c(slotSeed(i));
-        c.load(s + 2, p.data(), 0, keyWords);
-        K k;
-        std::memcpy(static_cast<void*>(&k), p.data(), sizeof(K));
-        keyMatched = wanted == nullptr || k == *wanted;
+        EntryCheck c;
+        U32 n = 0;
+        for (; n < Codec::keyChunks; ++n) c.add(p[n] = Chunks::loadShared(s + 2 + 2 * n));
+        keyMatched = wanted == nullptr || wanted->matches(p.data());
         if (keyMatched) {
-            c.load(s + 2, p.data(), keyWords, payloadWords);
-            check = c.value(payloadWords);
+            for (; n < Codec::chunks; ++n) c.add(p[n] = Chunks::loadShared(s + 2 + 2 * n));
+            check = c.value(slotSeed(i));
         }
         std::atomic_thread_fence(std::memory_order_acquire);
         if (options_.skipSecondSequenceCheck) return Copy::whole;
@@ -174,24 +174,74 @@ typename VaultReader<K, V, H>::Copy VaultReader<K, V, H>::copySlot(U32 i, const 
     return Copy::busy;
 }
 
+// The common cases in one pass per slot: a live slot under another key is passed over, a live
+// slot under this key is copied straight into `out` while its check is summed, an empty slot ends
+// the search. Only a whole copy (the counter even and unchanged) that passes its check is
+// accepted, and a miss only when the empty slot was read whole; anything else starts again on
+// the careful path, which reports busy and corrupt slots. Passing over a slot on a torn copy of
+// its key is harmless: a key being written into it is not there yet.
 template <class K, class V, class H>
 ReadResult VaultReader<K, V, H>::find(const K& key, V& out) const {
-    if (!headerIntact()) return corrupt("header was overwritten");
+    if (!headerIntact()) [[unlikely]]
+        return findCarefully(key, out);
+    const typename Codec::KeyProbe wanted(key);
     const U32 mask = slotCount_ - 1;
     U32 i = homeSlot(static_cast<U64>(hash_(key)), slotCount_);
-    Payload p;
+    for (U32 n = 0; n < slotCount_; ++n, i = (i + 1) & mask) {
+        const U64* s = slot(i);
+        const U64 before = loadWord(s, std::memory_order_acquire);
+        const U64 meta = loadWord(s + 1);
+        Chunk keyChunks[Codec::keyChunks];
+        Codec::template forChunks<0, Codec::keyChunks>(
+            [&](auto c) VAULT_INLINE { keyChunks[c] = Chunks::loadShared(s + 2 + 2 * c); });
+        const bool live = (meta >> 32) == (liveMeta(i, 0) >> 32);
+        if (live && wanted.matches(keyChunks)) {
+            EntryCheck check;
+            Codec::template forChunks<0, Codec::keyChunks>([&](auto c) VAULT_INLINE {
+                check.add(keyChunks[c]);
+                Codec::template decodeValue<c>(keyChunks[c], out);
+            });
+            Codec::template forChunks<Codec::keyChunks, Codec::chunks>([&](auto c) VAULT_INLINE {
+                const Chunk chunk = Chunks::loadShared(s + 2 + 2 * c);
+                check.add(chunk);
+                Codec::template decodeValue<c>(chunk, out);
+            });
+            std::atomic_thread_fence(std::memory_order_acquire);
+            const bool whole =
+                !(before & 1) && (options_.skipSecondSequenceCheck || loadWord(s) == before);
+            if (whole && (!options_.verifyChecks || metaCheck(meta) == check.value(slotSeed(i))))
+                return ReadResult::found;
+            break;
+        }
+        if (live || meta == tombstoneMeta(i)) continue;
+        if (meta == 0) {
+            std::atomic_thread_fence(std::memory_order_acquire);
+            if (!(before & 1) && loadWord(s) == before) return ReadResult::absent;
+        }
+        break;
+    }
+    return findCarefully(key, out);
+}
+
+template <class K, class V, class H>
+ReadResult VaultReader<K, V, H>::findCarefully(const K& key, V& out) const {
+    if (!headerIntact()) return corrupt("header was overwritten");
+    const typename Codec::KeyProbe wanted(key);
+    const U32 mask = slotCount_ - 1;
+    U32 i = homeSlot(static_cast<U64>(hash_(key)), slotCount_);
+    Image p;
     for (U32 n = 0; n < slotCount_; ++n, i = (i + 1) & mask) {
         U64 meta = 0;
         bool matched = false;
         U32 check = 0;
-        if (copySlot(i, &key, meta, p, matched, check) == Copy::busy) return ReadResult::busy;
+        if (copySlot(i, &wanted, meta, p, matched, check) == Copy::busy) return ReadResult::busy;
         if (meta == 0) return ReadResult::absent;
         if (metaState(meta) == U8(SlotState::live) && !matched) continue;
         if (metaState(meta) == U8(SlotState::tombstone) && meta == tombstoneMeta(i)) continue;
         const bool valid = metaState(meta) == U8(SlotState::live) && metaIndex(meta) == i &&
                            (!options_.verifyChecks || metaCheck(meta) == check);
         if (!valid) return corrupt(slotProblem(i, meta, check));
-        std::memcpy(static_cast<void*>(&out), p.data() + keyWords, sizeof(V));
+        out = Codec::decodeValue(p);
         return ReadResult::found;
     }
     return ReadResult::absent;
@@ -206,7 +256,7 @@ ScanResult VaultReader<K, V, H>::forEach(F&& f) const {
         ++r.corrupt;
         return r;
     }
-    Payload p;
+    Image p;
     for (U32 i = 0; i < slotCount_; ++i) {
         U64 meta = 0;
         bool matched = false;
@@ -222,10 +272,8 @@ ScanResult VaultReader<K, V, H>::forEach(F&& f) const {
             continue;
         }
         if (metaState(meta) != U8(SlotState::live)) continue;
-        K k;
-        V v;
-        std::memcpy(static_cast<void*>(&k), p.data(), sizeof(K));
-        std::memcpy(static_cast<void*>(&v), p.data() + keyWords, sizeof(V));
+        const K k = Codec::decodeKey(p);
+        const V v = Codec::decodeValue(p);
         ++r.entries;
         f(static_cast<const K&>(k), static_cast<const V&>(v));
     }
