@@ -49,6 +49,7 @@ struct ScalarChunks {
     }
     static Chunk make(U64 lo, U64 hi) { return {lo, hi}; }
     static Chunk add(Chunk a, Chunk b) { return {a.lo + b.lo, a.hi + b.hi}; }
+    static Chunk bitXor(Chunk a, Chunk b) { return {a.lo ^ b.lo, a.hi ^ b.hi}; }
     static U64 low(Chunk c) { return c.lo; }
     static U64 high(Chunk c) { return c.hi; }
     // Bit b set when byte b of the two chunks is equal.
@@ -88,6 +89,7 @@ struct VectorChunks {
         return _mm_set_epi64x(static_cast<long long>(hi), static_cast<long long>(lo));
     }
     static Chunk add(Chunk a, Chunk b) { return _mm_add_epi64(a, b); }
+    static Chunk bitXor(Chunk a, Chunk b) { return _mm_xor_si128(a, b); }
     static U64 low(Chunk c) { return static_cast<U64>(_mm_cvtsi128_si64(c)); }
     static U64 high(Chunk c) {
         return static_cast<U64>(_mm_cvtsi128_si64(_mm_unpackhi_epi64(c, c)));

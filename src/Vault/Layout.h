@@ -68,32 +68,30 @@ constexpr U32 slotWordsFor(U32 keySize, U32 valueSize) {
 }
 U64 segmentBytesFor(U32 capacity, U32 keySize, U32 valueSize);
 
-// The check of an entry: position-weighted sums over the two lanes of its 16-byte chunks (a
-// Fletcher-style check on 64-bit words). A changed word changes the plain sum, a moved word the
-// weighted one, and the final multiplicative mix spreads both, with the seed, over the 32 bits
-// kept. Chunks are added as they are loaded, so a reader checks its copy in the same pass, two
-// words per vector add. It catches accidents and crashes, not an adversary who can write the
-// segment.
+// The check of an entry: each lane of its 16-byte chunks (even and odd words) runs through a
+// chain that adds one chunk and xors the next, so that every word takes part once, a changed
+// word always changes its lane, and a word moved elsewhere changes it too, since the two
+// operations do not commute with each other. The lanes and the seed are folded into one word,
+// which a single multiplication spreads into the high half kept. One vector operation per
+// chunk, applied as the chunks are loaded: a reader checks its copy in the same pass. It
+// catches accidents and crashes, not an adversary who can write the segment.
 template <class Ops = Chunks>
 class BasicEntryCheck {
   public:
     using Chunk = typename Ops::Chunk;
     void add(Chunk c) {
-        a_ = Ops::add(a_, c);
-        b_ = Ops::add(b_, a_);
+        x_ = xorNext_ ? Ops::bitXor(x_, c) : Ops::add(x_, c);
+        xorNext_ = !xorNext_;
     }
-    // The lanes are folded with rotations before two multiplicative rounds: short enough to stay
-    // off the critical path of a lookup, and any change to one lane still changes the result.
     U32 value(U64 seed) const {
-        const U64 a = Ops::low(a_) ^ std::rotl(Ops::high(a_), 29);
-        const U64 b = Ops::low(b_) ^ std::rotl(Ops::high(b_), 23);
-        U64 h = (a ^ seed) * 0xBF58'476D'1CE4'E5B9ull;
-        h = (h ^ (h >> 29) ^ b) * 0x94D0'49BB'1331'11EBull;
-        return static_cast<U32>(h ^ (h >> 32));
+        const U64 h =
+            (Ops::low(x_) ^ std::rotl(Ops::high(x_), 29) ^ seed) * 0xBF58'476D'1CE4'E5B9ull;
+        return static_cast<U32>(h >> 32);
     }
 
   private:
-    Chunk a_ = Ops::zero(), b_ = Ops::zero();
+    Chunk x_ = Ops::zero();
+    bool xorNext_ = false;
 };
 using EntryCheck = BasicEntryCheck<>;
 
