@@ -68,30 +68,37 @@ constexpr U32 slotWordsFor(U32 keySize, U32 valueSize) {
 }
 U64 segmentBytesFor(U32 capacity, U32 keySize, U32 valueSize);
 
-// The check of an entry: each lane of its 16-byte chunks (even and odd words) runs through a
-// chain that adds one chunk and xors the next, so that every word takes part once, a changed
-// word always changes its lane, and a word moved elsewhere changes it too, since the two
-// operations do not commute with each other. The lanes and the seed are folded into one word,
-// which a single multiplication spreads into the high half kept. One vector operation per
-// chunk, applied as the chunks are loaded: a reader checks its copy in the same pass. It
-// catches accidents and crashes, not an adversary who can write the segment.
+// The check of an entry. Its payload is taken in blocks of 64 bytes (the last one zero padded),
+// each a row of eight 64-bit lanes; every lane runs through a chain that adds the first block,
+// xors the second, adds the third and so on, so that a changed word always changes its lane and
+// a word moved elsewhere changes the lanes too, the two operations not commuting with each
+// other. The lanes are then folded pairwise, with addition and exclusive or in turn, and with
+// the seed into one word, which a single multiplication spreads into the high half kept. One
+// vector operation per 16-byte chunk (or per block, where 64-byte vectors are at hand), applied
+// as the chunks are loaded: a reader checks its copy in the same pass. It catches accidents and
+// crashes, not an adversary who can write the segment.
+inline U32 finishCheck(U64 low, U64 high, U64 seed) {
+    return static_cast<U32>(((low ^ std::rotl(high, 29) ^ seed) * 0xBF58'476D'1CE4'E5B9ull) >> 32);
+}
+
+// The check summed one 16-byte chunk at a time, chunk n of a block going to lanes 2n and 2n+1.
 template <class Ops = Chunks>
 class BasicEntryCheck {
   public:
     using Chunk = typename Ops::Chunk;
     void add(Chunk c) {
-        x_ = xorNext_ ? Ops::bitXor(x_, c) : Ops::add(x_, c);
-        xorNext_ = !xorNext_;
+        Chunk& x = x_[n_ & 3];
+        x = (n_ & 4) ? Ops::bitXor(x, c) : Ops::add(x, c);
+        ++n_;
     }
     U32 value(U64 seed) const {
-        const U64 h =
-            (Ops::low(x_) ^ std::rotl(Ops::high(x_), 29) ^ seed) * 0xBF58'476D'1CE4'E5B9ull;
-        return static_cast<U32>(h >> 32);
+        const Chunk z = Ops::bitXor(Ops::add(x_[0], x_[2]), Ops::add(x_[1], x_[3]));
+        return finishCheck(Ops::low(z), Ops::high(z), seed);
     }
 
   private:
-    Chunk x_ = Ops::zero();
-    bool xorNext_ = false;
+    Chunk x_[4] = {Ops::zero(), Ops::zero(), Ops::zero(), Ops::zero()};
+    U32 n_ = 0;
 };
 using EntryCheck = BasicEntryCheck<>;
 
