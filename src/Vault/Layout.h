@@ -72,11 +72,14 @@ U64 segmentBytesFor(U32 capacity, U32 keySize, U32 valueSize);
 // each a row of eight 64-bit lanes; every lane runs through a chain that adds the first block,
 // xors the second, adds the third and so on, so that a changed word always changes its lane and
 // a word moved elsewhere changes the lanes too, the two operations not commuting with each
-// other. The lanes are then folded pairwise, with addition and exclusive or in turn, and with
+// other. The lanes are then folded pairwise, with exclusive or and addition in turn, and with
 // the seed into one word, which a single multiplication spreads into the high half kept. One
 // vector operation per 16-byte chunk (or per block, where 64-byte vectors are at hand), applied
 // as the chunks are loaded: a reader checks its copy in the same pass. It catches accidents and
 // crashes, not an adversary who can write the segment.
+// Each lane starts from its own value, so that neither the first add and xor of a chain nor the
+// fold's pairs of lanes are symmetric in the words they take.
+constexpr U64 checkStart(U64 lane) { return 0x9E37'79B9'7F4A'7C15ull * (2 * lane + 1); }
 inline U32 finishCheck(U64 low, U64 high, U64 seed) {
     return static_cast<U32>(((low ^ std::rotl(high, 29) ^ seed) * 0xBF58'476D'1CE4'E5B9ull) >> 32);
 }
@@ -92,12 +95,13 @@ class BasicEntryCheck {
         ++n_;
     }
     U32 value(U64 seed) const {
-        const Chunk z = Ops::bitXor(Ops::add(x_[0], x_[2]), Ops::add(x_[1], x_[3]));
+        const Chunk z = Ops::add(Ops::bitXor(x_[0], x_[2]), Ops::bitXor(x_[1], x_[3]));
         return finishCheck(Ops::low(z), Ops::high(z), seed);
     }
 
   private:
-    Chunk x_[4] = {Ops::zero(), Ops::zero(), Ops::zero(), Ops::zero()};
+    static Chunk start(U64 lane) { return Ops::make(checkStart(lane), checkStart(lane + 1)); }
+    Chunk x_[4] = {start(0), start(2), start(4), start(6)};
     U32 n_ = 0;
 };
 using EntryCheck = BasicEntryCheck<>;

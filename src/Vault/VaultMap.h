@@ -356,7 +356,7 @@ V* VaultMap<K, V, H>::safeWrite(const K& key, const V& value) {
         target = freeSlot;
     }
     checkImage("safeWrite", target);
-    mirror_[target].key = key;
+    if (inserting) mirror_[target].key = key;
     publishEntry<true>(target, value);
     if (inserting) {
         ++live_;
