@@ -246,6 +246,7 @@ void VaultMap<K, V, H>::mount(CollectionControl& control) {
         control.mounted(this, created ? MountState::created : MountState::recovered, repaired_);
     } catch (const Exception& e) {
         segment_ = Segment();
+        words_ = nullptr;
         slotCount_ = 0;
         control.mountFailed(e.what());
         throw;

@@ -3,12 +3,13 @@
 // against the key and value types, and copies entries out consistently while the writer runs.
 //
 // Sequence protocol, reader side: load the slot's counter with acquire (an odd one means a write
-// is under way: retry); copy the words with relaxed atomic loads; an acquire fence; load the
-// counter again, relaxed. The fence pairs with the writer's release fence, so if any copied word
-// came from a write that had begun, the second load sees that write's odd counter or a later one,
-// and the copy is retried. Equal even counters mean the copy is one whole version of the entry.
-// The key is compared inside that copy, never outside it. Retries are bounded: an entry that stays
-// odd (its writer was killed mid-write) is reported busy rather than waited for.
+// is under way: retry); copy the meta with a relaxed atomic load and the payload chunk by chunk
+// (Chunk.h); an acquire fence; load the counter again, relaxed. The fence pairs with the writer's
+// release fence, so if any copied word came from a write that had begun, the second load sees that
+// write's odd counter or a later one, and the copy is retried. Equal even counters mean the copy is
+// one whole version of the entry. The key is compared inside that copy, never outside it. Retries
+// are bounded: an entry that stays odd (its writer was killed mid-write) is reported busy rather
+// than waited for.
 #include <sched.h>
 
 #include <array>
