@@ -14,11 +14,11 @@ U64 segmentBytesFor(U32 capacity, U32 keySize, U32 valueSize) {
 }
 
 U32 headerCheck(const HeaderFields& h) {
-    U64 words[headerFieldWords];
+    U64 words[(headerFieldWords + 1) & ~1u] = {};
     HeaderFields copy = h;
     copy.check = 0;
     std::memcpy(words, &copy, sizeof copy);
-    return wordsCheck(0x4844'5200ull, words, headerFieldWords);
+    return chunksCheck(0x4844'5200ull, words, sizeof words / 16);
 }
 
 HeaderFields makeHeader(U32 capacity, U32 keySize, U32 valueSize) {

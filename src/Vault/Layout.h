@@ -4,25 +4,27 @@
 // A segment is a 64-byte header followed by slotCount slots of slotWords 8-byte words each:
 //   word 0       the slot's sequence counter: odd while the writer is changing the slot;
 //   word 1       meta: bits 0-31 the entry check, bits 32-39 the state, bits 40-63 the slot index;
-//   words 2..    the key's bytes, zero padded to whole words, then the value's bytes likewise.
+//   words 2..    the payload: the key's bytes, zero padded to whole words, then the value's bytes
+//                likewise, then a zero word if needed to end on a 16-byte chunk (Payload.h).
 // An empty slot has meta 0; a removed one (a tombstone, which keeps probe chains intact) has the
 // tombstone state and check 0; a live one carries the check of its index, key and value, so that
 // bytes overwritten by anything but the writer's protocol are detected.
 //
-// Every word is accessed through std::atomic_ref: the writer stores, readers load, both
-// relaxed apart from the sequence counter, whose ordering is described in VaultMap and
-// VaultReader.
+// Header words, sequence counters and metas are accessed through std::atomic_ref, payloads in
+// whole chunks (Chunk.h): the writer stores, readers load, all relaxed apart from the sequence
+// counter, whose ordering is described in VaultMap and VaultReader.
 #include <atomic>
 #include <bit>
 #include <cstddef>
 #include <string>
 
 #include "Rix/Types.h"
+#include "Vault/Chunk.h"
 
 namespace Vault {
 
 constexpr U64 segmentMagic = 0x3154'4C55'4156'5253ull;
-constexpr U32 layoutVersion = 1;
+constexpr U32 layoutVersion = 2;
 constexpr std::size_t headerBytes = 64;
 constexpr U32 maxCapacity = 1u << 22;
 constexpr U32 maxRecordBytes = 1u << 16;
@@ -56,78 +58,60 @@ inline void storeWord(U64* w, U64 v, std::memory_order o = std::memory_order_rel
 constexpr U32 wordsFor(U32 bytes) { return (bytes + 7) / 8; }
 // Slots are at most half taken, so that probe chains stay short.
 U32 slotCountFor(U32 capacity);
-inline U32 slotWordsFor(U32 keySize, U32 valueSize) {
-    return 2 + wordsFor(keySize) + wordsFor(valueSize);
+// Key and value words, padded to whole 16-byte chunks.
+constexpr U32 payloadWordsFor(U32 keySize, U32 valueSize) {
+    return (wordsFor(keySize) + wordsFor(valueSize) + 1) & ~1u;
+}
+// Slots are whole chunks, so that every payload starts on a 16-byte boundary.
+constexpr U32 slotWordsFor(U32 keySize, U32 valueSize) {
+    return 2 + payloadWordsFor(keySize, valueSize);
 }
 U64 segmentBytesFor(U32 capacity, U32 keySize, U32 valueSize);
 
-// The check of an entry: position-weighted sums over four lanes (a Fletcher-style check on
-// 64-bit words). A changed word changes the plain sum, a moved word the weighted one, and the
-// final multiplicative mix spreads both over the 32 bits kept. Words are added one at a time as
-// they are loaded, so a reader checks its copy without a second pass over it. It catches
-// accidents and crashes, not an adversary who can write the segment.
-class EntryCheck {
+// The check of an entry. Its payload is taken in blocks of 64 bytes (the last one zero padded),
+// each a row of eight 64-bit lanes; every lane runs through a chain that adds the first block,
+// xors the second, adds the third and so on, so that a changed word always changes its lane and
+// a word moved elsewhere changes the lanes too, the two operations not commuting with each
+// other. The lanes are then folded pairwise, with exclusive or and addition in turn, and with
+// the seed into one word, which a single multiplication spreads into the high half kept. One
+// vector operation per 16-byte chunk (or per block, where 64-byte vectors are at hand), applied
+// as the chunks are loaded: a reader checks its copy in the same pass. It catches accidents and
+// crashes, not an adversary who can write the segment.
+// Each lane starts from its own value, so that neither the first add and xor of a chain nor the
+// fold's pairs of lanes are symmetric in the words they take.
+constexpr U64 checkStart(U64 lane) { return 0x9E37'79B9'7F4A'7C15ull * (2 * lane + 1); }
+inline U32 finishCheck(U64 low, U64 high, U64 seed) {
+    return static_cast<U32>(((low ^ std::rotl(high, 29) ^ seed) * 0xBF58'476D'1CE4'E5B9ull) >> 32);
+}
+
+// The check summed one 16-byte chunk at a time, chunk n of a block going to lanes 2n and 2n+1.
+template <class Ops = Chunks>
+class BasicEntryCheck {
   public:
-    explicit EntryCheck(U64 seed) : a0_(seed) {}
-    // Adds words [from, to) of an entry, loading each from the segment at `src` (relaxed) into
-    // `dst` too. Lanes are chosen by position; blocks of four keep every lane in a register.
-    void load(const U64* src, U64* dst, std::size_t from, std::size_t to) {
-        run(from, to, [&](std::size_t i) { return dst[i] = loadWord(src + i); });
+    using Chunk = typename Ops::Chunk;
+    void add(Chunk c) {
+        Chunk& x = x_[n_ & 3];
+        x = (n_ & 4) ? Ops::bitXor(x, c) : Ops::add(x, c);
+        ++n_;
     }
-    // Adds words [from, to) of private memory.
-    void sum(const U64* words, std::size_t from, std::size_t to) {
-        run(from, to, [&](std::size_t i) { return words[i]; });
-    }
-    void add(std::size_t position, U64 w) {
-        switch (position & 3) {
-            case 0:
-                a0_ += w, b0_ += a0_;
-                break;
-            case 1:
-                a1_ += w, b1_ += a1_;
-                break;
-            case 2:
-                a2_ += w, b2_ += a2_;
-                break;
-            default:
-                a3_ += w, b3_ += a3_;
-                break;
-        }
-    }
-    // Lanes are folded with rotations before two multiplicative rounds: short enough to stay
-    // off the critical path of a lookup, and any change to one lane still changes the result.
-    U32 value(std::size_t n) const {
-        const U64 a = a0_ ^ std::rotl(a1_, 13) ^ std::rotl(a2_, 29) ^ std::rotl(a3_, 43);
-        const U64 b = b0_ ^ std::rotl(b1_, 7) ^ std::rotl(b2_, 23) ^ std::rotl(b3_, 37);
-        U64 h = (a ^ n) * 0xBF58'476D'1CE4'E5B9ull;
-        h = (h ^ (h >> 29) ^ b) * 0x94D0'49BB'1331'11EBull;
-        return static_cast<U32>(h ^ (h >> 32));
+    U32 value(U64 seed) const {
+        const Chunk z = Ops::add(Ops::bitXor(x_[0], x_[2]), Ops::bitXor(x_[1], x_[3]));
+        return finishCheck(Ops::low(z), Ops::high(z), seed);
     }
 
   private:
-    template <class Word>
-    void run(std::size_t from, std::size_t to, Word word) {
-        std::size_t i = from;
-        for (; i < to && (i & 3) != 0; ++i) add(i, word(i));
-        for (; i + 4 <= to; i += 4) {
-            const U64 w0 = word(i), w1 = word(i + 1), w2 = word(i + 2), w3 = word(i + 3);
-            a0_ += w0, b0_ += a0_;
-            a1_ += w1, b1_ += a1_;
-            a2_ += w2, b2_ += a2_;
-            a3_ += w3, b3_ += a3_;
-        }
-        for (; i < to; ++i) add(i, word(i));
-    }
-
-    U64 a0_, a1_ = 0, a2_ = 0, a3_ = 0;
-    U64 b0_ = 0, b1_ = 0, b2_ = 0, b3_ = 0;
+    static Chunk start(U64 lane) { return Ops::make(checkStart(lane), checkStart(lane + 1)); }
+    Chunk x_[4] = {start(0), start(2), start(4), start(6)};
+    U32 n_ = 0;
 };
+using EntryCheck = BasicEntryCheck<>;
 
-// The check of a run of words, seeded with whatever else the check must cover.
-inline U32 wordsCheck(U64 seed, const U64* words, std::size_t n) {
-    EntryCheck c(seed);
-    c.sum(words, 0, n);
-    return c.value(n);
+// The check of `n` chunks of private memory, seeded with whatever else the check must cover.
+inline U32 chunksCheck(U64 seed, const void* chunks, std::size_t n) {
+    EntryCheck c;
+    for (std::size_t i = 0; i < n; ++i)
+        c.add(Chunks::load(static_cast<const char*>(chunks) + 16 * i));
+    return c.value(seed);
 }
 
 U32 headerCheck(const HeaderFields& h);

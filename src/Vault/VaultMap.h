@@ -25,6 +25,7 @@
 #include "Rix/Format.h"
 #include "Vault/CollectionControl.h"
 #include "Vault/Layout.h"
+#include "Vault/Payload.h"
 #include "Vault/Segment.h"
 #include "Vault/VaultException.h"
 
@@ -36,9 +37,8 @@ class VaultMap final : public MountedTable {
     static_assert(std::is_trivially_copyable_v<V>, "table values must be trivially copyable");
     static_assert(sizeof(K) <= maxRecordBytes && sizeof(V) <= maxRecordBytes);
 
-    static constexpr U32 keyWords = wordsFor(sizeof(K));
-    static constexpr U32 payloadWords = keyWords + wordsFor(sizeof(V));
-    using Payload = std::array<U64, payloadWords>;
+    using Codec = Payload<K, V>;
+    static constexpr U32 slotWords = slotWordsFor(sizeof(K), sizeof(V));
 
   public:
     using CorruptionHandler = std::function<void(const std::string&)>;
@@ -52,7 +52,7 @@ class VaultMap final : public MountedTable {
 
       public:
         IteratorT(Map* m, U32 i) : m_(m), i_(i) { skip(); }
-        const K& key() const { return m_->keys_[i_]; }
+        const K& key() const { return m_->mirror_[i_].key; }
         Ref operator*() const { return m_->values_[i_]; }
         auto* operator->() const { return &m_->values_[i_]; }
         IteratorT& operator++() {
@@ -64,7 +64,8 @@ class VaultMap final : public MountedTable {
 
       private:
         void skip() {
-            while (i_ < m_->slotCount_ && metaState(m_->metas_[i_]) != U8(SlotState::live)) ++i_;
+            while (i_ < m_->slotCount_ && metaState(m_->mirror_[i_].meta) != U8(SlotState::live))
+                ++i_;
         }
         Map* m_;
         U32 i_;
@@ -115,8 +116,7 @@ class VaultMap final : public MountedTable {
     void prefetch(const K& key) const {
         if (!slotCount_) return;
         const U32 i = home(key);
-        __builtin_prefetch(&metas_[i]);
-        prefetchBytes(&keys_[i], sizeof(K));
+        prefetchBytes(&mirror_[i], sizeof(Mirror));
         prefetchBytes(&values_[i], sizeof(V));
     }
     // Compares every slot of the segment with this writer's copy; calls the corruption handler
@@ -133,31 +133,29 @@ class VaultMap final : public MountedTable {
 
     void controlGone() override { control_ = nullptr; }
     void requireMounted() const {
-        if (!segment_) throw Exception("table " + name_ + " is not mounted");
+        if (!words_) [[unlikely]]
+            notMounted();
     }
-    U64* slot(U32 i) const { return words_ + std::size_t{i} * slotWords_; }
+    [[noreturn, gnu::cold, gnu::noinline]] void notMounted() const {
+        throw Exception("table " + name_ + " is not mounted");
+    }
+    U64* slot(U32 i) const { return words_ + std::size_t{i} * slotWords; }
     static void prefetchBytes(const void* p, std::size_t n) {
         const char* c = static_cast<const char*>(p);
         for (std::size_t off = 0; off < n; off += 64) __builtin_prefetch(c + off);
         __builtin_prefetch(c + n - 1);
     }
     U32 home(const K& key) const { return homeSlot(static_cast<U64>(hash_(key)), slotCount_); }
-    bool isLive(U32 i) const { return metaState(metas_[i]) == U8(SlotState::live); }
+    bool isLive(U32 i) const { return metaState(mirror_[i].meta) == U8(SlotState::live); }
     U32 find(const K& key) const;
-    static Payload encode(const K& key, const V& value) {
-        Payload p;
-        p[keyWords - 1] = 0;
-        p[payloadWords - 1] = 0;
-        std::memcpy(p.data(), &key, sizeof(K));
-        std::memcpy(p.data() + keyWords, &value, sizeof(V));
-        return p;
-    }
-    void publish(U32 i, U64 meta, const U64* payload);
-    void publishLive(U32 i) {
-        const Payload p = encode(keys_[i], values_[i]);
-        publish(i, liveMeta(i, wordsCheck(slotSeed(i), p.data(), payloadWords)), p.data());
-    }
+    // Publishes `value` as slot i's entry under mirror_[i].key, copying it into values_[i] on the
+    // way unless it is that already; encoding, check and stores are one pass over its chunks.
+    template <bool intoMine>
+    void publishEntry(U32 i, const V& value);
+    // Publishes a slot without payload: empty (meta 0) or a tombstone.
+    void publishMeta(U32 i, U64 meta);
     void storeLiveCount() {
+        image_.words[liveCountWord] = live_;
         storeWord(reinterpret_cast<U64*>(segment_.base()) + liveCountWord, live_);
     }
     // Throws NoMansLandException for `op` after the handler saw `what`.
@@ -166,8 +164,32 @@ class VaultMap final : public MountedTable {
         throw NoMansLandException(std::string("VaultMap::") + op + "() in no man's land");
     }
     // The header and slot `i` must hold exactly what this writer last published.
-    void checkImage(const char* op, U32 i) const;
+    void checkImage(const char* op, U32 i) const {
+        static_assert(headerFieldWords == 5 && liveCountWord == 5);
+        const U64* base = static_cast<const U64*>(segment_.base());
+        U32 same = 0xffff;
+        for (U32 c = 0; c < 3; ++c) {
+            same &= Chunks::equalBytes(Chunks::loadShared(base + 2 * c),
+                                       Chunks::load(image_.words + 2 * c));
+        }
+        if (i != none) {
+            same &= Chunks::equalBytes(Chunks::loadShared(slot(i)), Chunks::load(&mirror_[i]));
+        }
+        if (same != 0xffff) [[unlikely]]
+            imageBroken(op, i);
+    }
+    [[noreturn, gnu::cold, gnu::noinline]] void imageBroken(const char* op, U32 i) const;
     void recover();
+    // Whether slot i's payload in the segment is exactly the encoding of this writer's entry.
+    bool slotHolds(U32 i) const {
+        const U64* s = slot(i) + 2;
+        U32 same = 0xffff;
+        Codec::template forChunks<0, Codec::chunks>([&](auto c) VAULT_INLINE {
+            same &= Chunks::equalBytes(Chunks::loadShared(s + 2 * c),
+                                       Codec::template encode<c>(mirror_[i].key, values_[i]));
+        });
+        return same == 0xffff;
+    }
 
     Hash hash_;
     std::string name_;
@@ -176,14 +198,20 @@ class VaultMap final : public MountedTable {
     U64* words_ = nullptr;
     U32 capacity_ = 0;
     U32 slotCount_ = 0;
-    U32 slotWords_ = 0;
     U32 live_ = 0;
     U32 repaired_ = 0;
-    std::array<U64, headerFieldWords> header_{};
-    std::vector<K> keys_;
+    // What this writer last published: the header's fields with the live count (word 5), and
+    // per slot its counter, meta and key, together so that a probe or a check reads one line.
+    struct alignas(16) Image {
+        U64 words[6];
+    } image_{};
+    struct alignas(16) Mirror {
+        U64 seq = 0;
+        U64 meta = 0;
+        K key{};
+    };
+    std::vector<Mirror> mirror_;
     std::vector<V> values_;
-    std::vector<U64> seqs_;
-    std::vector<U64> metas_;
     ChangeHook hook_;
     CorruptionHandler handler_;
 };
@@ -196,7 +224,8 @@ void VaultMap<K, V, H>::mount(CollectionControl& control) {
         const U64 bytes = segmentBytesFor(control.capacity(), sizeof(K), sizeof(V));
         Segment seg = Segment::openWriter(control.segmentName(), bytes, control.mode());
         const HeaderFields fields = makeHeader(control.capacity(), sizeof(K), sizeof(V));
-        std::memcpy(header_.data(), &fields, sizeof fields);
+        image_ = {};
+        std::memcpy(image_.words, &fields, sizeof fields);
         U64* base = static_cast<U64*>(seg.base());
         // A segment of this writer's own, of the right mode and size, whose header is still all
         // zero is one whose creator was killed before writing the header: it is finished here.
@@ -205,8 +234,8 @@ void VaultMap<K, V, H>::mount(CollectionControl& control) {
             blankHeader = blankHeader && !loadWord(base + w);
         if (seg.created() || blankHeader) {
             // The magic goes last: a reader attaching meanwhile finds no table yet.
-            for (std::size_t w = 1; w < headerFieldWords; ++w) storeWord(base + w, header_[w]);
-            storeWord(base, header_[0], std::memory_order_release);
+            for (std::size_t w = 1; w < headerFieldWords; ++w) storeWord(base + w, image_.words[w]);
+            storeWord(base, image_.words[0], std::memory_order_release);
         } else {
             const std::string problem = headerProblem(loadHeader(base), control.segmentName(),
                                                       sizeof(K), sizeof(V), seg.bytes());
@@ -219,12 +248,9 @@ void VaultMap<K, V, H>::mount(CollectionControl& control) {
         }
         capacity_ = fields.capacity;
         slotCount_ = fields.slotCount;
-        slotWords_ = fields.slotWords;
         words_ = base + headerBytes / 8;
-        keys_.assign(slotCount_, K{});
+        mirror_.assign(slotCount_, Mirror{});
         values_.assign(slotCount_, V{});
-        seqs_.assign(slotCount_, 0);
-        metas_.assign(slotCount_, 0);
         live_ = 0;
         repaired_ = 0;
         const bool created = seg.created();
@@ -234,6 +260,7 @@ void VaultMap<K, V, H>::mount(CollectionControl& control) {
         control.mounted(this, created ? MountState::created : MountState::recovered, repaired_);
     } catch (const Exception& e) {
         segment_ = Segment();
+        words_ = nullptr;
         slotCount_ = 0;
         control.mountFailed(e.what());
         throw;
@@ -247,10 +274,8 @@ void VaultMap<K, V, H>::unmount() {
     segment_ = Segment();
     words_ = nullptr;
     slotCount_ = capacity_ = live_ = 0;
-    keys_.clear();
+    mirror_.clear();
     values_.clear();
-    seqs_.clear();
-    metas_.clear();
 }
 
 template <class K, class V, class H>
@@ -259,9 +284,9 @@ U32 VaultMap<K, V, H>::find(const K& key) const {
     const U32 mask = slotCount_ - 1;
     U32 i = home(key);
     for (U32 n = 0; n < slotCount_; ++n, i = (i + 1) & mask) {
-        const U8 st = metaState(metas_[i]);
+        const U8 st = metaState(mirror_[i].meta);
         if (st == U8(SlotState::empty)) return none;
-        if (st == U8(SlotState::live) && keys_[i] == key) return i;
+        if (st == U8(SlotState::live) && mirror_[i].key == key) return i;
     }
     return none;
 }
@@ -271,25 +296,45 @@ U32 VaultMap<K, V, H>::find(const K& key) const {
 // acquire fence cannot read the old even counter afterwards. The final release store of the even
 // counter orders the words before it for a reader that acquires it.
 template <class K, class V, class H>
-void VaultMap<K, V, H>::publish(U32 i, U64 meta, const U64* payload) {
+template <bool intoMine>
+void VaultMap<K, V, H>::publishEntry(U32 i, const V& value) {
     U64* s = slot(i);
-    const U64 seq = seqs_[i];
+    const U64 seq = mirror_[i].seq;
     storeWord(s, seq + 1);
     std::atomic_thread_fence(std::memory_order_release);
-    if (payload) {
-        for (U32 w = 0; w < payloadWords; ++w) storeWord(s + 2 + w, payload[w]);
-    }
+    const K& key = mirror_[i].key;
+    V& mine = values_[i];
+    EntryCheck check;
+    Codec::template forChunks<0, Codec::chunks>([&](auto c) VAULT_INLINE {
+        const Chunk chunk = Codec::template encode<c>(key, value);
+        check.add(chunk);
+        Chunks::storeShared(s + 2 + 2 * c, chunk);
+        if constexpr (intoMine) Codec::template decodeValue<c>(chunk, mine);
+    });
+    const U64 meta = liveMeta(i, check.value(slotSeed(i)));
     storeWord(s + 1, meta);
     storeWord(s, seq + 2, std::memory_order_release);
-    seqs_[i] = seq + 2;
-    metas_[i] = meta;
+    mirror_[i].seq = seq + 2;
+    mirror_[i].meta = meta;
 }
 
 template <class K, class V, class H>
-void VaultMap<K, V, H>::checkImage(const char* op, U32 i) const {
+void VaultMap<K, V, H>::publishMeta(U32 i, U64 meta) {
+    U64* s = slot(i);
+    const U64 seq = mirror_[i].seq;
+    storeWord(s, seq + 1);
+    std::atomic_thread_fence(std::memory_order_release);
+    storeWord(s + 1, meta);
+    storeWord(s, seq + 2, std::memory_order_release);
+    mirror_[i].seq = seq + 2;
+    mirror_[i].meta = meta;
+}
+
+template <class K, class V, class H>
+void VaultMap<K, V, H>::imageBroken(const char* op, U32 i) const {
     const U64* base = static_cast<const U64*>(segment_.base());
     for (std::size_t w = 0; w < headerFieldWords; ++w) {
-        if (loadWord(base + w) != header_[w]) {
+        if (loadWord(base + w) != image_.words[w]) {
             noMansLand(op,
                        Rix::format("table %s: header word %zu was overwritten", name_.c_str(), w));
         }
@@ -297,9 +342,7 @@ void VaultMap<K, V, H>::checkImage(const char* op, U32 i) const {
     if (loadWord(base + liveCountWord) != live_) {
         noMansLand(op, Rix::format("table %s: live count was overwritten", name_.c_str()));
     }
-    if (i != none && (loadWord(slot(i)) != seqs_[i] || loadWord(slot(i) + 1) != metas_[i])) {
-        noMansLand(op, Rix::format("table %s: slot %u was overwritten", name_.c_str(), i));
-    }
+    noMansLand(op, Rix::format("table %s: slot %u was overwritten", name_.c_str(), i));
 }
 
 template <class K, class V, class H>
@@ -308,9 +351,9 @@ V* VaultMap<K, V, H>::safeWrite(const K& key, const V& value) {
     const U32 mask = slotCount_ - 1;
     U32 i = home(key), target = none, freeSlot = none;
     for (U32 n = 0; n < slotCount_; ++n, i = (i + 1) & mask) {
-        const U8 st = metaState(metas_[i]);
+        const U8 st = metaState(mirror_[i].meta);
         if (st == U8(SlotState::live)) {
-            if (keys_[i] == key) {
+            if (mirror_[i].key == key) {
                 target = i;
                 break;
             }
@@ -328,9 +371,8 @@ V* VaultMap<K, V, H>::safeWrite(const K& key, const V& value) {
         target = freeSlot;
     }
     checkImage("safeWrite", target);
-    keys_[target] = key;
-    values_[target] = value;
-    publishLive(target);
+    if (inserting) mirror_[target].key = key;
+    publishEntry<true>(target, value);
     if (inserting) {
         ++live_;
         storeLiveCount();
@@ -352,13 +394,9 @@ bool VaultMap<K, V, H>::directCommit(const V* value) {
             Rix::format("table %s: committed entry is not a live entry of it", name_.c_str()));
     }
     checkImage("directCommit", i);
-    const Payload p = encode(keys_[i], values_[i]);
-    const U64* s = slot(i) + 2 + keyWords;
-    bool changed = false;
-    for (U32 w = keyWords; w < payloadWords && !changed; ++w) changed = loadWord(s++) != p[w];
-    if (!changed) return false;
-    publish(i, liveMeta(i, wordsCheck(slotSeed(i), p.data(), payloadWords)), p.data());
-    if (hook_) hook_(keys_[i]);
+    if (slotHolds(i)) return false;
+    publishEntry<false>(i, values_[i]);
+    if (hook_) hook_(mirror_[i].key);
     return true;
 }
 
@@ -373,13 +411,14 @@ std::optional<V> VaultMap<K, V, H>::safeRemove(const K& key) {
     checkImage("safeRemove", i);
     std::optional<V> removed = values_[i];
     const U32 mask = slotCount_ - 1;
-    publish(i, tombstoneMeta(i), nullptr);
+    publishMeta(i, tombstoneMeta(i));
     // Tombstones that end a chain are not needed to reach anything: empty them, so that lookups
     // of absent keys keep stopping early.
-    if (metaState(metas_[(i + 1) & mask]) == U8(SlotState::empty)) {
-        for (U32 j = i, n = 0; n < slotCount_ && metaState(metas_[j]) == U8(SlotState::tombstone);
+    if (metaState(mirror_[(i + 1) & mask].meta) == U8(SlotState::empty)) {
+        for (U32 j = i, n = 0;
+             n < slotCount_ && metaState(mirror_[j].meta) == U8(SlotState::tombstone);
              ++n, j = (j - 1) & mask) {
-            publish(j, 0, nullptr);
+            publishMeta(j, 0);
         }
     }
     --live_;
@@ -393,13 +432,13 @@ void VaultMap<K, V, H>::removeAll() {
     requireMounted();
     checkImage("safeRemove", none);
     for (U32 i = 0; i < slotCount_; ++i) {
-        if (metas_[i] == 0) continue;
+        if (mirror_[i].meta == 0) continue;
         const bool wasLive = isLive(i);
-        publish(i, 0, nullptr);
+        publishMeta(i, 0);
         if (wasLive) {
             --live_;
             storeLiveCount();
-            if (hook_) hook_(keys_[i]);
+            if (hook_) hook_(mirror_[i].key);
         }
     }
 }
@@ -415,11 +454,8 @@ U32 VaultMap<K, V, H>::validate() {
     }
     for (U32 i = 0; i < slotCount_; ++i) {
         const U64* s = slot(i);
-        bool ok = loadWord(s) == seqs_[i] && loadWord(s + 1) == metas_[i];
-        if (ok && isLive(i)) {
-            const Payload p = encode(keys_[i], values_[i]);
-            for (U32 w = 0; w < payloadWords && ok; ++w) ok = loadWord(s + 2 + w) == p[w];
-        }
+        const bool ok = loadWord(s) == mirror_[i].seq && loadWord(s + 1) == mirror_[i].meta &&
+                        (!isLive(i) || slotHolds(i));
         if (!ok) {
             ++bad;
             if (handler_)
@@ -440,15 +476,16 @@ void VaultMap<K, V, H>::recover() {
         if (handler_)
             handler_(
                 Rix::format("table %s: slot %u %s; its entry was removed", name_.c_str(), i, why));
-        publish(i, tombstoneMeta(i), nullptr);
+        publishMeta(i, tombstoneMeta(i));
     };
     for (U32 i = 0; i < slotCount_; ++i) {
         const U64* s = slot(i);
         const U64 seq = loadWord(s);
         const U64 meta = loadWord(s + 1);
-        Payload p;
-        for (U32 w = 0; w < payloadWords; ++w) p[w] = loadWord(s + 2 + w);
-        seqs_[i] = seq & ~U64{1};
+        typename Codec::Image p;
+        EntryCheck check;
+        for (U32 c = 0; c < Codec::chunks; ++c) check.add(p[c] = Chunks::loadShared(s + 2 + 2 * c));
+        mirror_[i].seq = seq & ~U64{1};
         const U8 st = metaState(meta);
         bool ok;
         if (meta == 0) {
@@ -457,26 +494,26 @@ void VaultMap<K, V, H>::recover() {
             ok = meta == tombstoneMeta(i);
         } else {
             ok = st == U8(SlotState::live) && metaIndex(meta) == i &&
-                 metaCheck(meta) == wordsCheck(slotSeed(i), p.data(), payloadWords);
+                 metaCheck(meta) == check.value(slotSeed(i));
         }
         if (!ok) {
             drop(i, (seq & 1) ? "was caught mid-write" : "failed its check");
             continue;
         }
-        metas_[i] = meta;
+        mirror_[i].meta = meta;
         if (st == U8(SlotState::live)) {
-            std::memcpy(static_cast<void*>(&keys_[i]), p.data(), sizeof(K));
-            std::memcpy(static_cast<void*>(&values_[i]), p.data() + keyWords, sizeof(V));
+            mirror_[i].key = Codec::decodeKey(p);
+            values_[i] = Codec::decodeValue(p);
         }
-        if (seq & 1) publish(i, meta, nullptr);  // the write had finished: close it
+        if (seq & 1) publishMeta(i, meta);  // the write had finished: close it
     }
     for (U32 i = 0; i < slotCount_; ++i) {
         if (!isLive(i)) continue;
-        const U32 found = find(keys_[i]);
+        const U32 found = find(mirror_[i].key);
         if (found == i) {
             ++live_;
         } else {
-            metas_[i] = tombstoneMeta(i);  // keeps find() from meeting it again
+            mirror_[i].meta = tombstoneMeta(i);  // keeps find() from meeting it again
             drop(i, found == none ? "cannot be reached from its key" : "repeats a key");
         }
     }

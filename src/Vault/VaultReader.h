@@ -3,12 +3,13 @@
 // against the key and value types, and copies entries out consistently while the writer runs.
 //
 // Sequence protocol, reader side: load the slot's counter with acquire (an odd one means a write
-// is under way: retry); copy the words with relaxed atomic loads; an acquire fence; load the
-// counter again, relaxed. The fence pairs with the writer's release fence, so if any copied word
-// came from a write that had begun, the second load sees that write's odd counter or a later one,
-// and the copy is retried. Equal even counters mean the copy is one whole version of the entry.
-// The key is compared inside that copy, never outside it. Retries are bounded: an entry that stays
-// odd (its writer was killed mid-write) is reported busy rather than waited for.
+// is under way: retry); copy the meta with a relaxed atomic load and the payload chunk by chunk
+// (Chunk.h); an acquire fence; load the counter again, relaxed. The fence pairs with the writer's
+// release fence, so if any copied word came from a write that had begun, the second load sees that
+// write's odd counter or a later one, and the copy is retried. Equal even counters mean the copy is
+// one whole version of the entry. The key is compared inside that copy, never outside it. Retries
+// are bounded: an entry that stays odd (its writer was killed mid-write) is reported busy rather
+// than waited for.
 #include <sched.h>
 
 #include <array>
@@ -21,6 +22,7 @@
 
 #include "Rix/Format.h"
 #include "Vault/Layout.h"
+#include "Vault/Payload.h"
 #include "Vault/Segment.h"
 #include "Vault/VaultException.h"
 
@@ -47,9 +49,9 @@ template <class K, class V, class Hash = std::hash<K>>
 class VaultReader {
     static_assert(std::is_trivially_copyable_v<K>, "table keys must be trivially copyable");
     static_assert(std::is_trivially_copyable_v<V>, "table values must be trivially copyable");
-    static constexpr U32 keyWords = wordsFor(sizeof(K));
-    static constexpr U32 payloadWords = keyWords + wordsFor(sizeof(V));
-    using Payload = std::array<U64, payloadWords>;
+    using Codec = Payload<K, V>;
+    using Image = typename Codec::Image;
+    static constexpr U32 slotWords = slotWordsFor(sizeof(K), sizeof(V));
 
   public:
     using CorruptionHandler = std::function<void(const std::string&)>;
@@ -67,7 +69,6 @@ class VaultReader {
         std::memcpy(header_.data(), &h, sizeof h);
         capacity_ = h.capacity;
         slotCount_ = h.slotCount;
-        slotWords_ = h.slotWords;
         words_ = base + headerBytes / 8;
     }
 
@@ -80,6 +81,7 @@ class VaultReader {
         return n > capacity_ ? capacity_ : static_cast<U32>(n);
     }
 
+    // Copies the value of `key` into `out` when found; `out` is unspecified otherwise.
     ReadResult find(const K& key, V& out) const;
     // The value, or nothing when absent; a busy or corrupt entry throws Vault::Exception.
     std::optional<V> lookup(const K& key) const {
@@ -102,22 +104,26 @@ class VaultReader {
 
   private:
     enum class Copy : U8 { whole, busy };
-    const U64* slot(U32 i) const { return words_ + std::size_t{i} * slotWords_; }
+    const U64* slot(U32 i) const { return words_ + std::size_t{i} * slotWords; }
     bool headerIntact() const {
         const U64* base = static_cast<const U64*>(segment_.base());
-        for (std::size_t w = 0; w < headerFieldWords; ++w) {
-            if (loadWord(base + w) != header_[w]) return false;
-        }
-        return true;
+        static_assert(headerFieldWords == 5);
+        const U32 same =
+            Chunks::equalBytes(Chunks::loadShared(base), Chunks::load(&header_[0])) &
+            Chunks::equalBytes(Chunks::loadShared(base + 2), Chunks::load(&header_[2]));
+        return same == 0xffff && loadWord(base + 4) == header_[4];
     }
     ReadResult corrupt(const std::string& what) const {
         if (handler_) handler_("table " + name_ + ": " + what);
         return ReadResult::corrupt;
     }
-    // Copies slot i's meta and key; the value too when `wanted` is null or the key equals it,
-    // and then also the check of the copied words.
-    Copy copySlot(U32 i, const K* wanted, U64& meta, Payload& p, bool& keyMatched,
-                  U32& check) const;
+    // Copies slot i's meta and key; the value too when `wanted` is null or matches the key,
+    // and then also the check of the copied chunks.
+    Copy copySlot(U32 i, const typename Codec::KeyProbe* wanted, U64& meta, Image& p,
+                  bool& keyMatched, U32& check) const;
+    // find() for every case but a whole, valid entry under the key or a plain miss: retries,
+    // busy and corrupt slots.
+    [[gnu::cold, gnu::noinline]] ReadResult findCarefully(const K& key, V& out) const;
     // Empty when slot i's consistent copy is a valid one.
     std::string slotProblem(U32 i, U64 meta, U32 check) const {
         const U8 st = metaState(meta);
@@ -142,30 +148,27 @@ class VaultReader {
     const U64* words_ = nullptr;
     U32 capacity_ = 0;
     U32 slotCount_ = 0;
-    U32 slotWords_ = 0;
     std::array<U64, headerFieldWords> header_{};
     CorruptionHandler handler_;
 };
 
 template <class K, class V, class H>
-typename VaultReader<K, V, H>::Copy VaultReader<K, V, H>::copySlot(U32 i, const K* wanted,
-                                                                   U64& meta, Payload& p,
-                                                                   bool& keyMatched,
-                                                                   U32& check) const {
+typename VaultReader<K, V, H>::Copy VaultReader<K, V, H>::copySlot(
+    U32 i, const typename Codec::KeyProbe* wanted, U64& meta, Image& p, bool& keyMatched,
+    U32& check) const {
     const U64* s = slot(i);
     for (U32 attempt = 0; attempt < options_.maxRetries; ++attempt) {
         if (attempt >= 64) sched_yield();
         const U64 before = loadWord(s, std::memory_order_acquire);
         if (before & 1) continue;
         meta = loadWord(s + 1);
-        EntryCheck c(slotSeed(i));
-        c.load(s + 2, p.data(), 0, keyWords);
-        K k;
-        std::memcpy(static_cast<void*>(&k), p.data(), sizeof(K));
-        keyMatched = wanted == nullptr || k == *wanted;
+        EntryCheck c;
+        U32 n = 0;
+        for (; n < Codec::keyChunks; ++n) c.add(p[n] = Chunks::loadShared(s + 2 + 2 * n));
+        keyMatched = wanted == nullptr || wanted->matches(p.data());
         if (keyMatched) {
-            c.load(s + 2, p.data(), keyWords, payloadWords);
-            check = c.value(payloadWords);
+            for (; n < Codec::chunks; ++n) c.add(p[n] = Chunks::loadShared(s + 2 + 2 * n));
+            check = c.value(slotSeed(i));
         }
         std::atomic_thread_fence(std::memory_order_acquire);
         if (options_.skipSecondSequenceCheck) return Copy::whole;
@@ -174,24 +177,75 @@ typename VaultReader<K, V, H>::Copy VaultReader<K, V, H>::copySlot(U32 i, const 
     return Copy::busy;
 }
 
+// The common cases in one pass per slot: a live slot under another key is passed over, a live
+// slot under this key is copied straight into `out` while its check is summed, an empty slot ends
+// the search. Only a whole copy (the counter even and unchanged) that passes its check is
+// accepted, and a miss only when the empty slot was read whole; anything else starts again on
+// the careful path, which reports busy and corrupt slots. Passing over a slot on a torn copy of
+// its key is harmless: a key being written into it is not there yet. The header is not read
+// here: a lookup uses the geometry checked when the reader attached, and nothing in the header
+// can change the value it returns; a damaged header is reported by the careful path, by every
+// scan and by every reader that attaches, and refused by the writer.
 template <class K, class V, class H>
 ReadResult VaultReader<K, V, H>::find(const K& key, V& out) const {
-    if (!headerIntact()) return corrupt("header was overwritten");
+    const typename Codec::KeyProbe wanted(key);
     const U32 mask = slotCount_ - 1;
     U32 i = homeSlot(static_cast<U64>(hash_(key)), slotCount_);
-    Payload p;
+    for (U32 n = 0; n < slotCount_; ++n, i = (i + 1) & mask) {
+        const U64* s = slot(i);
+        const U64 before = loadWord(s, std::memory_order_acquire);
+        const U64 meta = loadWord(s + 1);
+        Chunk keyChunks[Codec::keyChunks];
+        Codec::template forChunks<0, Codec::keyChunks>(
+            [&](auto c) VAULT_INLINE { keyChunks[c] = Chunks::loadShared(s + 2 + 2 * c); });
+        const bool live = (meta >> 32) == ((U64{i} << 8) | U8(SlotState::live));
+        if (live && wanted.matches(keyChunks)) {
+            EntryCheck check;
+            Codec::template forChunks<0, Codec::keyChunks>([&](auto c) VAULT_INLINE {
+                check.add(keyChunks[c]);
+                Codec::template decodeValue<c>(keyChunks[c], out);
+            });
+            Codec::template forChunks<Codec::keyChunks, Codec::chunks>([&](auto c) VAULT_INLINE {
+                const Chunk chunk = Chunks::loadShared(s + 2 + 2 * c);
+                check.add(chunk);
+                Codec::template decodeValue<c>(chunk, out);
+            });
+            std::atomic_thread_fence(std::memory_order_acquire);
+            const bool whole =
+                !(before & 1) && (options_.skipSecondSequenceCheck || loadWord(s) == before);
+            if (whole && (!options_.verifyChecks || metaCheck(meta) == check.value(slotSeed(i))))
+                return ReadResult::found;
+            break;
+        }
+        if (live || meta == tombstoneMeta(i)) continue;
+        if (meta == 0) {
+            std::atomic_thread_fence(std::memory_order_acquire);
+            if (!(before & 1) && loadWord(s) == before) return ReadResult::absent;
+        }
+        break;
+    }
+    return findCarefully(key, out);
+}
+
+template <class K, class V, class H>
+ReadResult VaultReader<K, V, H>::findCarefully(const K& key, V& out) const {
+    if (!headerIntact()) return corrupt("header was overwritten");
+    const typename Codec::KeyProbe wanted(key);
+    const U32 mask = slotCount_ - 1;
+    U32 i = homeSlot(static_cast<U64>(hash_(key)), slotCount_);
+    Image p;
     for (U32 n = 0; n < slotCount_; ++n, i = (i + 1) & mask) {
         U64 meta = 0;
         bool matched = false;
         U32 check = 0;
-        if (copySlot(i, &key, meta, p, matched, check) == Copy::busy) return ReadResult::busy;
+        if (copySlot(i, &wanted, meta, p, matched, check) == Copy::busy) return ReadResult::busy;
         if (meta == 0) return ReadResult::absent;
         if (metaState(meta) == U8(SlotState::live) && !matched) continue;
         if (metaState(meta) == U8(SlotState::tombstone) && meta == tombstoneMeta(i)) continue;
         const bool valid = metaState(meta) == U8(SlotState::live) && metaIndex(meta) == i &&
                            (!options_.verifyChecks || metaCheck(meta) == check);
         if (!valid) return corrupt(slotProblem(i, meta, check));
-        std::memcpy(static_cast<void*>(&out), p.data() + keyWords, sizeof(V));
+        out = Codec::decodeValue(p);
         return ReadResult::found;
     }
     return ReadResult::absent;
@@ -206,7 +260,7 @@ ScanResult VaultReader<K, V, H>::forEach(F&& f) const {
         ++r.corrupt;
         return r;
     }
-    Payload p;
+    Image p;
     for (U32 i = 0; i < slotCount_; ++i) {
         U64 meta = 0;
         bool matched = false;
@@ -222,10 +276,8 @@ ScanResult VaultReader<K, V, H>::forEach(F&& f) const {
             continue;
         }
         if (metaState(meta) != U8(SlotState::live)) continue;
-        K k;
-        V v;
-        std::memcpy(static_cast<void*>(&k), p.data(), sizeof(K));
-        std::memcpy(static_cast<void*>(&v), p.data() + keyWords, sizeof(V));
+        const K k = Codec::decodeKey(p);
+        const V v = Codec::decodeValue(p);
         ++r.entries;
         f(static_cast<const K&>(k), static_cast<const V&>(v));
     }

@@ -63,11 +63,14 @@ TEST(VaultConcurrency, NoTornReadAcceptedDuringMillionUpdates) {
 }
 
 // Without the second counter load the same test must catch torn copies, or it proves nothing.
+// A copy is short, so on a busy machine one run may miss the writer; a few runs do not.
 TEST(VaultConcurrency, SkippingSecondSequenceCheckLetsTornReadsThrough) {
     ReaderOptions options;
     options.verifyChecks = false;
     options.skipSecondSequenceCheck = true;
-    EXPECT_GT(readWhileWriting(options).torn, 0u);
+    U64 torn = 0;
+    for (int run = 0; run < 20 && torn == 0; ++run) torn = readWhileWriting(options).torn;
+    EXPECT_GT(torn, 0u);
 }
 
 // A writer killed 1,000 times in the middle of random writes, commits and removes: after each
