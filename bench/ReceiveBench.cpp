@@ -64,41 +64,8 @@ void init_seq(RtpSource* s, U16 seq) {
     s->received_prior = 0;
     s->expected_prior = 0;
 }
-int update_seq(RtpSource* s, U16 seq) {
-    const U16 udelta = static_cast<U16>(seq - s->max_seq);
-    if (s->probation) {
-        // a source is valid after MIN_SEQUENTIAL packets in sequence
-        if (seq == s->max_seq + 1) {
-            s->probation--;
-            s->max_seq = seq;
-            if (s->probation == 0) {
-                init_seq(s, seq);
-                s->received++;
-                return 1;
-            }
-        } else {
-            s->probation = MIN_SEQUENTIAL - 1;
-            s->max_seq = seq;
-        }
-        return 0;
-    } else if (udelta < MAX_DROPOUT) {
-        if (seq < s->max_seq) s->cycles += RTP_SEQ_MOD;
-        s->max_seq = seq;
-    } else if (udelta <= RTP_SEQ_MOD - MAX_MISORDER) {
-        if (seq == s->bad_seq) {
-            init_seq(s, seq);
-        } else {
-            s->bad_seq = (seq + 1) & (RTP_SEQ_MOD - 1);
-            return 0;
-        }
-    }
-    s->received++;
-    return 1;
-}
-
-// For the record: the same update without its probation branch, the form this benchmark used to
-// measure. A source stays on probation until two packets arrive in sequence; the branch that
-// tests for it costs the baseline almost a nanosecond here.
+// Everything of update_seq but its probation branch: the form this benchmark used to measure, kept
+// for the record.
 int update_seq_without_probation(RtpSource* s, U16 seq) {
     const U16 udelta = static_cast<U16>(seq - s->max_seq);
     if (udelta < MAX_DROPOUT) {
@@ -114,6 +81,26 @@ int update_seq_without_probation(RtpSource* s, U16 seq) {
     }
     s->received++;
     return 1;
+}
+
+// A source is valid after MIN_SEQUENTIAL packets in sequence; until then it is on probation.
+int update_seq(RtpSource* s, U16 seq) {
+    if (s->probation) {
+        if (seq == s->max_seq + 1) {
+            s->probation--;
+            s->max_seq = seq;
+            if (s->probation == 0) {
+                init_seq(s, seq);
+                s->received++;
+                return 1;
+            }
+        } else {
+            s->probation = MIN_SEQUENTIAL - 1;
+            s->max_seq = seq;
+        }
+        return 0;
+    }
+    return update_seq_without_probation(s, seq);
 }
 
 void BM_Rfc3550(benchmark::State& state, const Pattern* p) {
