@@ -370,6 +370,10 @@ V* VaultMap<K, V, H>::safeWrite(const K& key, const V& value) {
         }
         target = freeSlot;
     }
+    // Start fetching the lines the entry is about to be stored into, so that their misses overlap
+    // with the checks below instead of following one another as the stores drain.
+    prefetchBytes(slot(target), slotWords * 8);
+    prefetchBytes(&values_[target], sizeof(V));
     checkImage("safeWrite", target);
     if (inserting) mirror_[target].key = key;
     publishEntry<true>(target, value);
