@@ -84,23 +84,30 @@ class IngressStream {
     friend bool operator>=(const IngressStream& a, const IngressStream& b) { return !(a < b); }
 };
 
-// The keys are hashed for every received probe, so their hashes are inline.
-inline U32 EgressHeader::hash() const noexcept {
-    return srcEthAddr_.hash() ^ dstEthAddr_.hash() ^ U32{tag_.value()} ^ dstIpAddr_.hash() ^
-           egressIntf_.hash() ^ egressIntfIp_.hash();
+namespace detail {
+// A stream key's hash: the XOR of its fields' parts, a number being its own part and any other
+// field its hash(). Inline, as keys are hashed for every received probe.
+template <class K>
+U32 xorOfFieldHashes(const K& key) noexcept {
+    U32 h = 0;
+    Rix::forEachField<K>([&](const auto& field) {
+        const auto& v = key.*(field.member);
+        if constexpr (std::is_integral_v<std::remove_cvref_t<decltype(v)>>) {
+            h ^= static_cast<U32>(v);
+        } else {
+            h ^= v.hash();
+        }
+    });
+    return h;
 }
+}  // namespace detail
 
+inline U32 EgressHeader::hash() const noexcept { return detail::xorOfFieldHashes(*this); }
+// egressIfIndex is left out: its part, XOR-ed in a second time, takes itself out again.
 inline U32 EgressStream::hash() const noexcept {
-    return srcEthAddr_.hash() ^ dstEthAddr_.hash() ^ U32{tag_.value()} ^ dstIpAddr_.hash() ^
-           egressIntf_.hash() ^ egressIntfIp_.hash() ^ srcIpAddr_.hash() ^ U32{ttl_} ^ ipType_.hash() ^
-           U32{srcPort_};
+    return detail::xorOfFieldHashes(*this) ^ egressIfIndex_;
 }
-
-inline U32 IngressStream::hash() const noexcept {
-    return srcEthAddr_.hash() ^ dstEthAddr_.hash() ^ U32{tag_.value()} ^ dstIpAddr_.hash() ^
-           egressIntf_.hash() ^ egressIntfIp_.hash() ^ srcIpAddr_.hash() ^ U32{ttl_} ^ ipType_.hash() ^
-           U32{srcPort_} ^ egressIfIndex_ ^ ingressIntf_.hash();
-}
+inline U32 IngressStream::hash() const noexcept { return detail::xorOfFieldHashes(*this); }
 
 static_assert(std::is_trivially_copyable_v<EgressHeader> &&
               std::is_trivially_copyable_v<EgressStream> &&
