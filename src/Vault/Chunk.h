@@ -32,7 +32,6 @@ struct ScalarChunks {
         U64 lo = 0, hi = 0;
     };
 
-    static Chunk zero() { return {}; }
     static Chunk load(const void* p) {
         Chunk c;
         std::memcpy(&c, p, 16);
@@ -68,7 +67,6 @@ struct ScalarChunks {
 struct VectorChunks {
     using Chunk = __m128i;
 
-    static Chunk zero() { return _mm_setzero_si128(); }
     static Chunk load(const void* p) { return _mm_loadu_si128(static_cast<const __m128i*>(p)); }
     static void store(void* p, Chunk c) { _mm_storeu_si128(static_cast<__m128i*>(p), c); }
     // `p` is 16-byte aligned.

@@ -74,8 +74,8 @@ U64 segmentBytesFor(U32 capacity, U32 keySize, U32 valueSize);
 // a word moved elsewhere changes the lanes too, the two operations not commuting with each
 // other. The lanes are then folded pairwise, with exclusive or and addition in turn, and with
 // the seed into one word, which a single multiplication spreads into the high half kept. One
-// vector operation per 16-byte chunk (or per block, where 64-byte vectors are at hand), applied
-// as the chunks are loaded: a reader checks its copy in the same pass. It catches accidents and
+// vector operation per 16-byte chunk, applied as the chunks are loaded: a reader checks its copy
+// in the same pass. It catches accidents and
 // crashes, not an adversary who can write the segment.
 // Each lane starts from its own value, so that neither the first add and xor of a chain nor the
 // fold's pairs of lanes are symmetric in the words they take.
