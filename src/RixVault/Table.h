@@ -6,8 +6,8 @@
 #include <string>
 #include <utility>
 
-#include "RixVault/Guard.h"
 #include "Rix/Hash.h"
+#include "RixVault/Guard.h"
 #include "Vault/CollectionControl.h"
 #include "Vault/VaultMap.h"
 
@@ -37,8 +37,8 @@ class Table {
     bool mounted() const { return map_.mounted(); }
 
     // Insert or overwrite (the writer's safe write).
-    V* write(const K& key, const V& value) {
-        return guarded([&] { return map_.safeWrite(key, value); });
+    void write(const K& key, const V& value) {
+        guarded([&] { map_.safeWrite(key, value); });
     }
     // Publishes an entry changed in place (the writer's direct commit).
     bool commit(const V* value) {

@@ -4,7 +4,11 @@
 //
 // The writer keeps its own copy of every entry in private memory. Lookups and iterators work on
 // that copy, so an entry can be changed in place through the pointer lookup() gives and is
-// published by directCommit(); readers see nothing of it until then. Publishing an entry is the
+// published by directCommit(); readers see nothing of it until then. The copy is made when it is
+// first asked for: a safe write only publishes, and the first lookup or iterator to reach the
+// entry afterwards copies it back out of the segment, checked like a reader's copy. Once handed
+// out, a copy is kept up to date by every safe write, so a pointer never goes stale while its
+// entry lives. Publishing an entry is the
 // sequence-counter protocol: the slot's counter is made odd, the words are stored, the counter
 // is made even again. A writer killed at any point leaves at most that one slot odd, which
 // readers report as busy and the next writer's recovery repairs or removes.
@@ -52,6 +56,8 @@ class VaultMap final : public MountedTable {
 
       public:
         IteratorT(Map* m, U32 i) : m_(m), i_(i) { skip(); }
+        // Passes over slots that are not live, and entries whose copy could not be made (the
+        // corruption handler has been told).
         const K& key() const { return m_->mirror_[i_].key; }
         Ref operator*() const { return m_->values_[i_]; }
         auto* operator->() const { return &m_->values_[i_]; }
@@ -64,8 +70,7 @@ class VaultMap final : public MountedTable {
 
       private:
         void skip() {
-            while (i_ < m_->slotCount_ && metaState(m_->mirror_[i_].meta) != U8(SlotState::live))
-                ++i_;
+            while (i_ < m_->slotCount_ && (!m_->isLive(i_) || !m_->mine(i_))) ++i_;
         }
         Map* m_;
         U32 i_;
@@ -92,9 +97,8 @@ class VaultMap final : public MountedTable {
     void changeHookIs(ChangeHook hook) { hook_ = std::move(hook); }
     void corruptionHandlerIs(CorruptionHandler handler) { handler_ = std::move(handler); }
 
-    // Inserts or overwrites; returns the writer's copy of the entry. A new key in a full table
-    // throws FullException and changes nothing.
-    V* safeWrite(const K& key, const V& value);
+    // Inserts or overwrites. A new key in a full table throws FullException and changes nothing.
+    void safeWrite(const K& key, const V& value);
     // Publishes an entry changed in place through a pointer from lookup(), safeWrite() or an
     // iterator; true when readers saw a different value before. A pointer that is not a live
     // entry of this table is reported like corruption.
@@ -102,13 +106,15 @@ class VaultMap final : public MountedTable {
     // Removes the key and returns its value, or nothing when it was absent.
     std::optional<V> safeRemove(const K& key);
     void removeAll();
+    // The writer's copy of the key's entry, or null when the key is absent or its entry was
+    // found overwritten in the segment (the corruption handler is told).
     V* lookup(const K& key) {
         const U32 i = find(key);
-        return i == none ? nullptr : &values_[i];
+        return i == none ? nullptr : mine(i);
     }
     const V* lookup(const K& key) const {
         const U32 i = find(key);
-        return i == none ? nullptr : &values_[i];
+        return i == none ? nullptr : mine(i);
     }
     // Starts loading what a lookup of the key touches at its home slot, the entry included, so a
     // caller working through a batch of keys (a burst of received probes) overlaps their cache
@@ -146,6 +152,24 @@ class VaultMap final : public MountedTable {
         __builtin_prefetch(c + n - 1);
     }
     U32 home(const K& key) const { return homeSlot(static_cast<U64>(hash_(key)), slotCount_); }
+    // Bit 0 of a mirrored counter, which the segment's counter only sets mid-write: slot i's
+    // entry has been copied into values_[i] and is kept there.
+    static constexpr U64 copied = 1;
+    U64 publishedSeq(U32 i) const { return mirror_[i].seq & ~copied; }
+    // The writer's copy of live slot i's entry, made now if it has not been yet; null, with the
+    // corruption handler told, when the segment no longer holds what was published there.
+    V* mine(U32 i) const {
+        if (mirror_[i].seq & copied) [[likely]]
+            return &values_[i];
+        V* v = copyOut(i);
+        if (!v && handler_) handler_(overwritten(i));
+        return v;
+    }
+    // Copies slot i's entry out of the segment, or gives null when it fails its check.
+    [[gnu::noinline]] V* copyOut(U32 i) const;
+    std::string overwritten(U32 i) const {
+        return Rix::format("table %s: slot %u was overwritten", name_.c_str(), i);
+    }
     bool isLive(U32 i) const { return metaState(mirror_[i].meta) == U8(SlotState::live); }
     U32 find(const K& key) const;
     // Publishes `value` as slot i's entry under mirror_[i].key, copying it into values_[i] on the
@@ -173,13 +197,22 @@ class VaultMap final : public MountedTable {
                                        Chunks::load(image_.words + 2 * c));
         }
         if (i != none) {
-            same &= Chunks::equalBytes(Chunks::loadShared(slot(i)), Chunks::load(&mirror_[i]));
+            same &= Chunks::equalBytes(Chunks::loadShared(slot(i)),
+                                       Chunks::make(publishedSeq(i), mirror_[i].meta));
         }
         if (same != 0xffff) [[unlikely]]
             imageBroken(op, i);
     }
     [[noreturn, gnu::cold, gnu::noinline]] void imageBroken(const char* op, U32 i) const;
     void recover();
+    // Whether slot i's payload in the segment still passes the check this writer published.
+    bool checkHolds(U32 i) const {
+        const U64* s = slot(i) + 2;
+        EntryCheck check;
+        Codec::template forChunks<0, Codec::chunks>(
+            [&](auto c) VAULT_INLINE { check.add(Chunks::loadShared(s + 2 * c)); });
+        return metaCheck(mirror_[i].meta) == check.value(slotSeed(i));
+    }
     // Whether slot i's payload in the segment is exactly the encoding of this writer's entry.
     bool slotHolds(U32 i) const {
         const U64* s = slot(i) + 2;
@@ -210,8 +243,9 @@ class VaultMap final : public MountedTable {
         U64 meta = 0;
         K key{};
     };
-    std::vector<Mirror> mirror_;
-    std::vector<V> values_;
+    // Mutable: a const lookup may make the copy it returns.
+    mutable std::vector<Mirror> mirror_;
+    mutable std::vector<V> values_;
     ChangeHook hook_;
     CorruptionHandler handler_;
 };
@@ -299,35 +333,54 @@ template <class K, class V, class H>
 template <bool intoMine>
 void VaultMap<K, V, H>::publishEntry(U32 i, const V& value) {
     U64* s = slot(i);
-    const U64 seq = mirror_[i].seq;
+    const U64 seq = publishedSeq(i);
     storeWord(s, seq + 1);
     std::atomic_thread_fence(std::memory_order_release);
     const K& key = mirror_[i].key;
-    V& mine = values_[i];
+    V& copy = values_[i];
     EntryCheck check;
     Codec::template forChunks<0, Codec::chunks>([&](auto c) VAULT_INLINE {
         const Chunk chunk = Codec::template encode<c>(key, value);
         check.add(chunk);
         Chunks::storeShared(s + 2 + 2 * c, chunk);
-        if constexpr (intoMine) Codec::template decodeValue<c>(chunk, mine);
+        if constexpr (intoMine) Codec::template decodeValue<c>(chunk, copy);
     });
     const U64 meta = liveMeta(i, check.value(slotSeed(i)));
     storeWord(s + 1, meta);
     storeWord(s, seq + 2, std::memory_order_release);
-    mirror_[i].seq = seq + 2;
+    mirror_[i].seq = (seq + 2) | (mirror_[i].seq & copied);
     mirror_[i].meta = meta;
 }
 
 template <class K, class V, class H>
 void VaultMap<K, V, H>::publishMeta(U32 i, U64 meta) {
     U64* s = slot(i);
-    const U64 seq = mirror_[i].seq;
+    const U64 seq = publishedSeq(i);
     storeWord(s, seq + 1);
     std::atomic_thread_fence(std::memory_order_release);
     storeWord(s + 1, meta);
     storeWord(s, seq + 2, std::memory_order_release);
-    mirror_[i].seq = seq + 2;
+    mirror_[i].seq = seq + 2;  // an entry's copy goes with it
     mirror_[i].meta = meta;
+}
+
+template <class K, class V, class H>
+V* VaultMap<K, V, H>::copyOut(U32 i) const {
+    const U64* s = slot(i);
+    V& out = values_[i];
+    EntryCheck check;
+    Codec::template forChunks<0, Codec::chunks>([&](auto c) VAULT_INLINE {
+        const Chunk chunk = Chunks::loadShared(s + 2 + 2 * c);
+        check.add(chunk);
+        Codec::template decodeValue<c>(chunk, out);
+    });
+    const U64 meta = mirror_[i].meta;
+    if (loadWord(s) != publishedSeq(i) || loadWord(s + 1) != meta ||
+        metaCheck(meta) != check.value(slotSeed(i))) {
+        return nullptr;
+    }
+    mirror_[i].seq |= copied;
+    return &out;
 }
 
 template <class K, class V, class H>
@@ -342,11 +395,11 @@ void VaultMap<K, V, H>::imageBroken(const char* op, U32 i) const {
     if (loadWord(base + liveCountWord) != live_) {
         noMansLand(op, Rix::format("table %s: live count was overwritten", name_.c_str()));
     }
-    noMansLand(op, Rix::format("table %s: slot %u was overwritten", name_.c_str(), i));
+    noMansLand(op, overwritten(i));
 }
 
 template <class K, class V, class H>
-V* VaultMap<K, V, H>::safeWrite(const K& key, const V& value) {
+void VaultMap<K, V, H>::safeWrite(const K& key, const V& value) {
     requireMounted();
     const U32 mask = slotCount_ - 1;
     U32 i = home(key), target = none, freeSlot = none;
@@ -373,16 +426,19 @@ V* VaultMap<K, V, H>::safeWrite(const K& key, const V& value) {
     // Start fetching the lines the entry is about to be stored into, so that their misses overlap
     // with the checks below instead of following one another as the stores drain.
     prefetchBytes(slot(target), slotWords * 8);
-    prefetchBytes(&values_[target], sizeof(V));
+    const bool keepCopy = mirror_[target].seq & copied;  // never for a new entry
+    if (keepCopy) prefetchBytes(&values_[target], sizeof(V));
     checkImage("safeWrite", target);
     if (inserting) mirror_[target].key = key;
-    publishEntry<true>(target, value);
+    if (keepCopy)
+        publishEntry<true>(target, value);
+    else
+        publishEntry<false>(target, value);
     if (inserting) {
         ++live_;
         storeLiveCount();
     }
     if (hook_) hook_(key);
-    return &values_[target];
 }
 
 template <class K, class V, class H>
@@ -392,7 +448,9 @@ bool VaultMap<K, V, H>::directCommit(const V* value) {
     const auto first = reinterpret_cast<std::uintptr_t>(values_.data());
     const std::uintptr_t offset = addr - first;
     const U32 i = static_cast<U32>(offset / sizeof(V));
-    if (addr < first || offset % sizeof(V) != 0 || offset / sizeof(V) >= slotCount_ || !isLive(i)) {
+    // Only a copy that was handed out and still belongs to a live entry can have been changed.
+    if (addr < first || offset % sizeof(V) != 0 || offset / sizeof(V) >= slotCount_ || !isLive(i) ||
+        !(mirror_[i].seq & copied)) {
         noMansLand(
             "directCommit",
             Rix::format("table %s: committed entry is not a live entry of it", name_.c_str()));
@@ -413,7 +471,9 @@ std::optional<V> VaultMap<K, V, H>::safeRemove(const K& key) {
         return std::nullopt;
     }
     checkImage("safeRemove", i);
-    std::optional<V> removed = values_[i];
+    const V* value = (mirror_[i].seq & copied) ? &values_[i] : copyOut(i);
+    if (!value) noMansLand("safeRemove", overwritten(i));
+    std::optional<V> removed = *value;
     const U32 mask = slotCount_ - 1;
     publishMeta(i, tombstoneMeta(i));
     // Tombstones that end a chain are not needed to reach anything: empty them, so that lookups
@@ -458,12 +518,11 @@ U32 VaultMap<K, V, H>::validate() {
     }
     for (U32 i = 0; i < slotCount_; ++i) {
         const U64* s = slot(i);
-        const bool ok = loadWord(s) == mirror_[i].seq && loadWord(s + 1) == mirror_[i].meta &&
-                        (!isLive(i) || slotHolds(i));
+        const bool ok = loadWord(s) == publishedSeq(i) && loadWord(s + 1) == mirror_[i].meta &&
+                        (!isLive(i) || ((mirror_[i].seq & copied) ? slotHolds(i) : checkHolds(i)));
         if (!ok) {
             ++bad;
-            if (handler_)
-                handler_(Rix::format("table %s: slot %u was overwritten", name_.c_str(), i));
+            if (handler_) handler_(overwritten(i));
         }
     }
     return bad;
@@ -505,10 +564,8 @@ void VaultMap<K, V, H>::recover() {
             continue;
         }
         mirror_[i].meta = meta;
-        if (st == U8(SlotState::live)) {
-            mirror_[i].key = Codec::decodeKey(p);
-            values_[i] = Codec::decodeValue(p);
-        }
+        // The value is copied out when it is first asked for.
+        if (st == U8(SlotState::live)) mirror_[i].key = Codec::decodeKey(p);
         if (seq & 1) publishMeta(i, meta);  // the write had finished: close it
     }
     for (U32 i = 0; i < slotCount_; ++i) {

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <cstring>
 #include <map>
 #include <random>
 #include <unordered_map>
@@ -31,10 +32,11 @@ std::string errorOf(const std::function<void()>& f) {
     return "no error";
 }
 
-// Random writes, overwrites and removes against a plain std::map, with the writer's copy, an
-// in-process reader and the reported sizes compared after every step. Few keys over a small
-// table exercise tombstone reuse, chain-end cleanup and the full table, which must refuse a new
-// key with its message and lose nothing.
+// Random writes, overwrites and removes against a plain std::map, with an in-process reader and
+// the reported sizes compared after every step, and the writer's copies every third step (so
+// that entries are also overwritten while nobody holds their copy). Few keys over a small table
+// exercise tombstone reuse, chain-end cleanup and the full table, which must refuse a new key
+// with its message and lose nothing.
 TEST(VaultMap, MatchesReferenceMapAndFullTableLosesNothing) {
     ScopedName name;
     CollectionControl control(*name, 24);
@@ -59,7 +61,7 @@ TEST(VaultMap, MatchesReferenceMapAndFullTableLosesNothing) {
                     ASSERT_EQ(reader.lookup(key(kept))->version, rec.version) << step;
                 }
             } else {
-                ASSERT_EQ(*map.safeWrite(key(k), r), r) << step;
+                map.safeWrite(key(k), r);
                 reference[k] = r;
             }
         } else if (op < 9) {
@@ -78,15 +80,17 @@ TEST(VaultMap, MatchesReferenceMapAndFullTableLosesNothing) {
         ASSERT_EQ(reader.size(), reference.size());
         for (U32 probe : {k, (k + 1) % 40, (k + 17) % 40}) {
             const auto it = reference.find(probe);
-            const Record* w = map.lookup(key(probe));
+            const Record* w = step % 3 ? nullptr : map.lookup(key(probe));
             Record r;
             const ReadResult got = reader.find(key(probe), r);
             if (it == reference.end()) {
                 ASSERT_EQ(w, nullptr);
                 ASSERT_EQ(got, ReadResult::absent);
             } else {
-                ASSERT_NE(w, nullptr);
-                ASSERT_EQ(w->version, it->second.version);
+                if (step % 3 == 0) {
+                    ASSERT_NE(w, nullptr);
+                    ASSERT_EQ(*w, it->second) << step;
+                }
                 ASSERT_EQ(got, ReadResult::found);
                 ASSERT_EQ(r.version, it->second.version);
             }
@@ -115,7 +119,9 @@ TEST(VaultMap, DirectCommitPublishesInPlaceChangesOnly) {
     std::string corruption;
     map.corruptionHandlerIs([&](const std::string& m) { corruption = m; });
     map.mount(control);
-    Record* entry = map.safeWrite(key(1), Record::make(1, 1));
+    map.safeWrite(key(1), Record::make(1, 1));
+    Record* entry = map.lookup(key(1));
+    ASSERT_NE(entry, nullptr);
     Reader reader(*name);
     *entry = Record::make(1, 2);
     EXPECT_EQ(reader.lookup(key(1))->version, 1u);
@@ -139,6 +145,59 @@ TEST(VaultMap, DirectCommitPublishesInPlaceChangesOnly) {
     ASSERT_EQ(changed.size(), 7u);
     std::sort(changed.begin() + 5, changed.end());  // removeAll goes in slot order
     EXPECT_EQ(changed, (std::vector<U32>{1, 1, 1, 2, 3, 2, 3}));
+}
+
+// A safe write only publishes; the writer's copy is made from the segment when first asked for,
+// checked there, and kept up to date from then on. An entry damaged before anyone asked for it
+// is reported instead of copied, and a safe write over it repairs it.
+TEST(VaultMap, CopiesAreMadeWhenAskedForAndKeptUpToDate) {
+    ScopedName name;
+    CollectionControl control(*name, 8);
+    Map map;
+    std::vector<std::string> reports;
+    map.corruptionHandlerIs([&](const std::string& m) { reports.push_back(m); });
+    map.mount(control);
+    for (U32 k = 1; k <= 3; ++k) map.safeWrite(key(k), Record::make(k, 1));
+    map.safeWrite(key(1), Record::make(1, 2));
+    Record* one = map.lookup(key(1));
+    ASSERT_NE(one, nullptr);
+    EXPECT_EQ(*one, Record::make(1, 2));
+    map.safeWrite(key(1), Record::make(1, 3));
+    EXPECT_EQ(*one, Record::make(1, 3)) << "a handed-out copy follows safe writes";
+
+    // A pointer kept past its entry's removal stays refused when a new entry takes the slot.
+    map.safeRemove(key(1));
+    map.safeWrite(key(1), Record::make(1, 4));
+    EXPECT_EQ(errorOf([&] { map.directCommit(one); }), "VaultMap::directCommit() in no man's land");
+    EXPECT_EQ(*map.lookup(key(1)), Record::make(1, 4));
+
+    // Damage key 2's value in the segment before its copy is made.
+    auto* image = static_cast<U8*>(const_cast<void*>(map.segmentBase()));
+    const std::size_t slotBytes = slotWordsFor(sizeof(Key), sizeof(Record)) * 8;
+    U8* damaged = nullptr;
+    for (U32 i = 0; i < 16 && !damaged; ++i) {
+        U8* slot = image + headerBytes + i * slotBytes;
+        Key k;
+        std::memcpy(&k, slot + 16, sizeof k);
+        if (k == key(2)) damaged = slot + 16 + 8 + 40;
+    }
+    ASSERT_NE(damaged, nullptr);
+    *damaged ^= 1;
+    reports.clear();
+    EXPECT_EQ(map.validate(), 1u);
+    EXPECT_EQ(map.lookup(key(2)), nullptr);
+    std::vector<U32> walked;
+    for (auto it = map.begin(); it != map.end(); ++it) walked.push_back(it.key().stream);
+    std::sort(walked.begin(), walked.end());
+    EXPECT_EQ(walked, (std::vector<U32>{1, 3}));
+    EXPECT_EQ(errorOf([&] { map.safeRemove(key(2)); }), "VaultMap::safeRemove() in no man's land");
+    ASSERT_EQ(reports.size(), 4u) << ::testing::PrintToString(reports);
+    for (const std::string& r : reports)
+        EXPECT_NE(r.find("was overwritten"), std::string::npos) << r;
+    map.safeWrite(key(2), Record::make(2, 5));
+    ASSERT_NE(map.lookup(key(2)), nullptr);
+    EXPECT_EQ(*map.lookup(key(2)), Record::make(2, 5));
+    EXPECT_EQ(map.validate(), 0u);
 }
 
 TEST(VaultMap, ReaderInAnotherProcessSeesInsertsUpdatesAndRemoves) {
