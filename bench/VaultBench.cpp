@@ -30,11 +30,7 @@ struct StreamKey {
     U16 dstPort = 0;
     U32 intf = 0;
     bool operator==(const StreamKey&) const = default;
-    U32 hash() const {
-        U32 h = 2166136261u;
-        for (U32 w : {srcIp, dstIp, U32(srcPort) << 16 | dstPort, intf}) h = (h ^ w) * 16777619u;
-        return h;
-    }
+    U32 hash() const { return Wirex::hashBytes(this, sizeof *this); }
 };
 struct StreamKeyHash {
     std::size_t operator()(const StreamKey& k) const { return k.hash(); }
