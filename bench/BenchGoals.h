@@ -96,12 +96,16 @@ class MedianReporter : public benchmark::ConsoleReporter {
 
 // Runs the benchmarks (5 repetitions unless the command line says otherwise, aggregates only)
 // and then the goals. Exits 0 whatever the figures: the goals are reported, not enforced.
+// Repetitions of all benchmarks run interleaved in random order: a machine whose speed drifts
+// over seconds then slows a baseline and its subject alike, instead of whichever ran during
+// a slow spell.
 inline int run(int argc, char** argv, const std::function<void(Results&)>& goals) {
     std::vector<char*> args(argv, argv + argc);
     std::string reps = "--benchmark_repetitions=5";
     std::string aggr = "--benchmark_report_aggregates_only=true";
-    args.push_back(reps.data());
-    args.push_back(aggr.data());
+    std::string interleave = "--benchmark_enable_random_interleaving=true";
+    // Flags given on the command line come after these, so they win.
+    args.insert(args.begin() + 1, {reps.data(), aggr.data(), interleave.data()});
     int n = static_cast<int>(args.size());
     benchmark::Initialize(&n, args.data());
     Results results;
