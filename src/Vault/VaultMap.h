@@ -2,16 +2,15 @@
 // The writer of a keyed table in shared memory: one writer process, any number of readers
 // (VaultReader) in other processes, each entry consistent on its own.
 //
-// The writer keeps its own copy of every entry in private memory. Lookups and iterators work on
-// that copy, so an entry can be changed in place through the pointer lookup() gives and is
-// published by directCommit(); readers see nothing of it until then. The copy is made when it is
-// first asked for: a safe write only publishes, and the first lookup or iterator to reach the
-// entry afterwards copies it back out of the segment, checked like a reader's copy. Once handed
-// out, a copy is kept up to date by every safe write, so a pointer never goes stale while its
-// entry lives. Publishing an entry is the
-// sequence-counter protocol: the slot's counter is made odd, the words are stored, the counter
-// is made even again. A writer killed at any point leaves at most that one slot odd, which
-// readers report as busy and the next writer's recovery repairs or removes.
+// Lookups and iterators work on the writer's own copy of an entry in private memory, so an entry
+// can be changed in place through the pointer lookup() gives and is published by directCommit();
+// readers see nothing of it until then. A safe write only publishes: the copy is made when it is
+// first asked for, out of the segment and checked like a reader's copy, and from then on every
+// safe write keeps it current, so a pointer never goes stale while its entry lives.
+//
+// Publishing an entry is the sequence-counter protocol: the slot's counter is made odd, the words
+// are stored, the counter is made even again. A writer killed at any point leaves at most that one
+// slot odd, which readers report as busy and the next writer's recovery repairs or removes.
 //
 // Every operation first compares the header and the slot it touches with what this writer last
 // published; a difference means something else wrote the segment. The corruption handler is then
@@ -56,8 +55,6 @@ class VaultMap final : public MountedTable {
 
       public:
         IteratorT(Map* m, U32 i) : m_(m), i_(i) { skip(); }
-        // Passes over slots that are not live, and entries whose copy could not be made (the
-        // corruption handler has been told).
         const K& key() const { return m_->mirror_[i_].key; }
         Ref operator*() const { return m_->values_[i_]; }
         auto* operator->() const { return &m_->values_[i_]; }
@@ -69,6 +66,8 @@ class VaultMap final : public MountedTable {
         bool operator==(const IteratorT& o) const { return i_ == o.i_; }
 
       private:
+        // Passes over slots that are not live, and entries whose copy could not be made (the
+        // corruption handler has been told).
         void skip() {
             while (i_ < m_->slotCount_ && (!m_->isLive(i_) || !m_->mine(i_))) ++i_;
         }
@@ -99,9 +98,9 @@ class VaultMap final : public MountedTable {
 
     // Inserts or overwrites. A new key in a full table throws FullException and changes nothing.
     void safeWrite(const K& key, const V& value);
-    // Publishes an entry changed in place through a pointer from lookup(), safeWrite() or an
-    // iterator; true when readers saw a different value before. A pointer that is not a live
-    // entry of this table is reported like corruption.
+    // Publishes an entry changed in place through a pointer from lookup() or an iterator; true
+    // when readers saw a different value before. A pointer that is not a live entry of this table
+    // is reported like corruption.
     bool directCommit(const V* value);
     // Removes the key and returns its value, or nothing when it was absent.
     std::optional<V> safeRemove(const K& key);
@@ -156,10 +155,11 @@ class VaultMap final : public MountedTable {
     // entry has been copied into values_[i] and is kept there.
     static constexpr U64 copied = 1;
     U64 publishedSeq(U32 i) const { return mirror_[i].seq & ~copied; }
+    bool hasCopy(U32 i) const { return mirror_[i].seq & copied; }
     // The writer's copy of live slot i's entry, made now if it has not been yet; null, with the
     // corruption handler told, when the segment no longer holds what was published there.
     V* mine(U32 i) const {
-        if (mirror_[i].seq & copied) [[likely]]
+        if (hasCopy(i)) [[likely]]
             return &values_[i];
         V* v = copyOut(i);
         if (!v && handler_) handler_(overwritten(i));
@@ -172,8 +172,9 @@ class VaultMap final : public MountedTable {
     }
     bool isLive(U32 i) const { return metaState(mirror_[i].meta) == U8(SlotState::live); }
     U32 find(const K& key) const;
-    // Publishes `value` as slot i's entry under mirror_[i].key, copying it into values_[i] on the
-    // way unless it is that already; encoding, check and stores are one pass over its chunks.
+    // Publishes `value` as slot i's entry under mirror_[i].key, also storing it into the writer's
+    // copy when `intoMine` (a copy handed out that `value` is not); encoding, check and stores
+    // are one pass over its chunks.
     template <bool intoMine>
     void publishEntry(U32 i, const V& value);
     // Publishes a slot without payload: empty (meta 0) or a tombstone.
@@ -426,7 +427,7 @@ void VaultMap<K, V, H>::safeWrite(const K& key, const V& value) {
     // Start fetching the lines the entry is about to be stored into, so that their misses overlap
     // with the checks below instead of following one another as the stores drain.
     prefetchBytes(slot(target), slotWords * 8);
-    const bool keepCopy = mirror_[target].seq & copied;  // never for a new entry
+    const bool keepCopy = hasCopy(target);  // never for a new entry
     if (keepCopy) prefetchBytes(&values_[target], sizeof(V));
     checkImage("safeWrite", target);
     if (inserting) mirror_[target].key = key;
@@ -450,7 +451,7 @@ bool VaultMap<K, V, H>::directCommit(const V* value) {
     const U32 i = static_cast<U32>(offset / sizeof(V));
     // Only a copy that was handed out and still belongs to a live entry can have been changed.
     if (addr < first || offset % sizeof(V) != 0 || offset / sizeof(V) >= slotCount_ || !isLive(i) ||
-        !(mirror_[i].seq & copied)) {
+        !hasCopy(i)) {
         noMansLand(
             "directCommit",
             Rix::format("table %s: committed entry is not a live entry of it", name_.c_str()));
@@ -471,7 +472,7 @@ std::optional<V> VaultMap<K, V, H>::safeRemove(const K& key) {
         return std::nullopt;
     }
     checkImage("safeRemove", i);
-    const V* value = (mirror_[i].seq & copied) ? &values_[i] : copyOut(i);
+    const V* value = hasCopy(i) ? &values_[i] : copyOut(i);
     if (!value) noMansLand("safeRemove", overwritten(i));
     std::optional<V> removed = *value;
     const U32 mask = slotCount_ - 1;
@@ -519,7 +520,7 @@ U32 VaultMap<K, V, H>::validate() {
     for (U32 i = 0; i < slotCount_; ++i) {
         const U64* s = slot(i);
         const bool ok = loadWord(s) == publishedSeq(i) && loadWord(s + 1) == mirror_[i].meta &&
-                        (!isLive(i) || ((mirror_[i].seq & copied) ? slotHolds(i) : checkHolds(i)));
+                        (!isLive(i) || (hasCopy(i) ? slotHolds(i) : checkHolds(i)));
         if (!ok) {
             ++bad;
             if (handler_) handler_(overwritten(i));
