@@ -133,6 +133,34 @@ TEST(PcapFile, ReaderGivesBackWhatTheWriterWrote) {
     EXPECT_FALSE(r->nextFrame(f)) << "the end stays the end";
 }
 
+// A buffered writer keeps the order and time stamps, also across a record larger than its whole
+// buffer, which goes out directly after what was buffered before it.
+TEST(PcapFile, BufferingKeepsOrderAcrossOversizedRecords) {
+    SondarTest::ScratchDir dir;
+    const std::string path = dir.file("buffered.pcap");
+    const std::vector<U32> lengths = {60, 1514, 3u << 20, 64, 90};
+    {
+        PcapWriter writer(path, 4u << 20);
+        writer.bufferedIs(true);
+        for (U32 i = 0; i < lengths.size(); ++i) {
+            std::vector<U8> frame(lengths[i], static_cast<U8>(i + 1));
+            ASSERT_TRUE(writer.frameWrite(frame.data(), lengths[i], 1000 + i, i));
+        }
+        EXPECT_EQ(writer.framesSent(), lengths.size());
+    }
+    PcapReader reader(path);
+    Frame f;
+    for (U32 i = 0; i < lengths.size(); ++i) {
+        ASSERT_TRUE(reader.nextFrame(f)) << i;
+        EXPECT_EQ(f.length, lengths[i]);
+        EXPECT_EQ(f.seconds, 1000 + i);
+        EXPECT_EQ(f.useconds, i);
+        EXPECT_EQ(f.data[0], i + 1);
+        EXPECT_EQ(f.data[f.length - 1], i + 1);
+    }
+    EXPECT_FALSE(reader.nextFrame(f));
+}
+
 // Each row is a file image and the words its error must contain besides the file's name.
 TEST(PcapFile, BadFilesAreRefusedNamingTheFile) {
     SondarTest::ScratchDir dir;
