@@ -34,7 +34,7 @@ class LogTest : public ::testing::Test {
 };
 
 // The oracle is snprintf with the length modifier that matches each argument's real type.
-TEST_F(LogTest, FormattingTakesArgumentsByTheirOwnType) {
+TEST_F(LogTest, FormattingTakesArgumentsByTheirOwnTypeAndGoesToTheSink) {
     const U64 big = std::numeric_limits<U64>::max();
     char expect[256];
     std::snprintf(expect, sizeof expect, "lost %llu of %lld on %s (%5.2f%%) [%-4s] %x %c",
@@ -50,6 +50,9 @@ TEST_F(LogTest, FormattingTakesArgumentsByTheirOwnType) {
     const std::string longText(1000, 'q');
     EXPECT_EQ(Rix::LogHandle("Z", 4, "<%s>", "e", "a", 0, 1, 0).text(longText),
               "<" + longText + ">");
+    Rix::LogHandle("SONDAR_PROBES_LOST", 4, "%d lost in %d s", "e", "a", 0.0, 1.0, 0)
+        .log(U64{17}, 30);
+    EXPECT_EQ(lines_, std::vector<std::string>{"SONDAR_PROBES_LOST|4|17 lost in 30 s"});
 }
 
 TEST_F(LogTest, MismatchedArgumentsAreProgrammingErrors) {
@@ -62,12 +65,6 @@ TEST_F(LogTest, MismatchedArgumentsAreProgrammingErrors) {
     EXPECT_DEATH(Rix::LogHandle("B", 4, "%*d", "e", "a", 0, 1, 0), "unsupported conversion");
     EXPECT_DEATH(Rix::LogHandle("B", 4, "ends in %", "e", "a", 0, 1, 0),
                  "ends inside a conversion");
-}
-
-TEST_F(LogTest, LogGoesToTheSinkWithNameAndSeverity) {
-    Rix::LogHandle h("SONDAR_PROBES_LOST", 4, "%d lost in %d s", "e", "a", 0.0, 1.0, 0);
-    h.log(U64{17}, 30);
-    EXPECT_EQ(lines_, std::vector<std::string>{"SONDAR_PROBES_LOST|4|17 lost in 30 s"});
 }
 
 TEST_F(LogTest, RateLimitAllowsBurstMessagesPerInterval) {

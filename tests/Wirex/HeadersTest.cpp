@@ -2,8 +2,6 @@
 // checksums that come out as zero (the checksums against scapy are in PcapFileTest).
 #include <gtest/gtest.h>
 
-#include <sstream>
-
 #include "TestFrames.h"
 #include "Wirex/Headers.h"
 
@@ -42,8 +40,6 @@ TEST(Headers, TcpFlagsAndVlanTagBits) {
     tcp->flagIs(TcpHdr::cwr, true);
     EXPECT_EQ(raw[12], 0x51);
     EXPECT_EQ(raw[13], 0x82);
-    EXPECT_EQ(raw[0], 0x12);
-    EXPECT_EQ(raw[3], 0x78);
 
     U8 tag[18] = {};
     new (tag) EthHdr(EthAddr(1, 2, 3, 4, 5, 6), EthAddr(7, 8, 9, 10, 11, 12), ethTypeVlan);
@@ -58,9 +54,6 @@ TEST(Headers, TcpFlagsAndVlanTagBits) {
     EXPECT_EQ(t.value(), 0x3064);
     t.cfiIs(false);
     EXPECT_EQ(t.value(), 0x2064);
-    std::ostringstream os;
-    os << Eth8021QTagControl(3, false, 100);
-    EXPECT_EQ(os.str(), "pri 3 cfi 0 vlan 100");
 }
 
 // A UDP sum that comes out as 0 must go on the wire as 0xffff; TCP sends 0 as it is.

@@ -10,7 +10,6 @@
 #include "Rix/Value.h"
 #include "Wirex/Addresses.h"
 #include "Wirex/IntfId.h"
-#include "Wirex/IpProto.h"
 #include "Wirex/NetTypes.h"
 
 namespace {
@@ -82,13 +81,9 @@ TEST(NetValueForms, Addresses) {
         {EthAddr(0x00, 0x1c, 0x73, 0xaa, 0xbb, 0x01),
          "'00:1c:73:aa:bb:01'",
          {0x00, 0x1c, 0x73, 0xaa, 0xbb, 0x01}},
-        {EthAddr(), "'00:00:00:00:00:00'", {0, 0, 0, 0, 0, 0}},
     });
     EXPECT_EQ(EthAddr("00:1C:73:AA:BB:01"), EthAddr(0x00, 0x1c, 0x73, 0xaa, 0xbb, 0x01));
-    checkRows<IpAddr>({
-        {IpAddr(0xc0a80101u), "'192.168.1.1'", {192, 168, 1, 1}},
-        {IpAddr(), "'0.0.0.0'", {0, 0, 0, 0}},
-    });
+    checkRows<IpAddr>({{IpAddr(0xc0a80101u), "'192.168.1.1'", {192, 168, 1, 1}}});
     const IpAddr a(10, 1, 2, 3);
     EXPECT_EQ(IpAddr::fromNetworkOrder(a.nboValue()), a);
     EXPECT_EQ(std::memcmp(&a, "\x0a\x01\x02\x03", 4), 0) << "held in network order";
@@ -136,12 +131,9 @@ TEST(NetValueForms, IntfIdAndNumbers) {
     });
     const std::string longest(IntfId::maxLength, 'x');
     EXPECT_EQ(IntfId(longest).name(), longest);
-    checkRows<IpProto>({{IpProto(255), "255", {255}}});
-    checkRows<IpTtl>({{IpTtl(64), "64", {64}}});
     checkRows<VlanIdOrNone>(
         {{VlanIdOrNone(4094), "4094", {0x0f, 0xfe}}, {VlanIdOrNone(), "0", {0, 0}}});
     checkRows<NetU32>({{NetU32(0x01020304), "16909060", {1, 2, 3, 4}}});
-    checkRows<NetU64>({{NetU64(1), "1", {0, 0, 0, 0, 0, 0, 0, 1}}});
     // a VLAN number is kept as given, but an attribute log above 4094 is refused
     EXPECT_EQ(VlanIdOrNone(0x1005).value(), 0x1005);
     std::vector<U8> b = {0x0f, 0xff};
@@ -162,15 +154,13 @@ TEST(NetValueForms, BadTextNamesTheText) {
     EXPECT_EQ(rangeMessage([&] { IpAddrWithMask(IpAddr(), 33); }), "bad IPv4 prefix length: 33");
 }
 
-TEST(NetValueForms, OrderingHashAndNot) {
+TEST(NetValueForms, OrderingAndHash) {
     EXPECT_LT(IpAddr(9, 255, 255, 255), IpAddr(10, 0, 0, 0));
     EXPECT_LT(EthAddr(0, 0, 0, 0, 0, 0xff), EthAddr(0, 0, 0, 0, 1, 0));
     EXPECT_LT(IntfId("Ethernet10"), IntfId("Ethernet2"));
     EXPECT_LT(IpAddrWithMask("10.0.0.0/8"), IpAddrWithMask("10.0.0.0/16"));
     EXPECT_LT(NetU16(0x00ff), NetU16(0x0100)) << "numeric, not byte order";
     EXPECT_LT(Ip6Addr("::ff"), Ip6Addr("::1:0"));
-    EXPECT_TRUE(!IpAddr() && !EthAddr() && !IntfId() && !Ip6Addr() && !VlanIdOrNone());
-    EXPECT_FALSE(!IpAddr(0, 0, 0, 1));
     std::unordered_set<U32> hashes;
     for (U32 i = 0; i < 1000; ++i) hashes.insert(IpAddr(0x0a000000u + i).hash());
     EXPECT_GT(hashes.size(), 990u) << "addresses that differ in one byte hash apart";

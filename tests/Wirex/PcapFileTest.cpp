@@ -8,7 +8,6 @@
 
 #include "TestFrames.h"
 #include "TestTools.h"
-#include "Wirex/FrameParser.h"
 #include "Wirex/PcapFile.h"
 
 namespace {
@@ -28,8 +27,8 @@ std::vector<U8> readFile(const std::string& path) {
     return std::vector<U8>(std::istreambuf_iterator<char>(f), {});
 }
 
-// Writes frames of every shape the probes take (UDP and TCP, untagged and tagged, empty, odd and
-// long payloads) to `path`, frame i stamped 1700000000 s and (i + 1) ms; returns them in order.
+// Frames of every shape the probes take: UDP and TCP, untagged and tagged, empty, odd and long
+// payloads.
 std::vector<FrameSpec> frameShapes() {
     std::vector<FrameSpec> v;
     for (bool tcp : {false, true})
@@ -38,14 +37,20 @@ std::vector<FrameSpec> frameShapes() {
                 v.push_back({.tcp = tcp, .vlan = vlan, .payload = payload, .seed = U32(v.size())});
     return v;
 }
-std::vector<std::vector<U8>> writeSamples(const std::string& path, U32 snap = 65535) {
+// Writes them to `path`, frame i stamped 1700000000 s and (i + 1) ms; returns them in order. A
+// buffered writer also gets a record larger than its whole buffer, in the middle.
+std::vector<std::vector<U8>> writeSamples(const std::string& path, U32 snap = 65535,
+                                          bool buffered = false) {
     std::vector<std::vector<U8>> sent;
-    Rix::Ptr<PcapWriter> w(new PcapWriter(path, snap));
     for (const auto& s : frameShapes()) {
         Rix::Ptr<Pkt> p = buildFrame(s);
         sent.emplace_back(p->data(), p->data() + p->bytes());
-        EXPECT_TRUE(w->frameWrite(p->data(), p->bytes(), 1700000000, U32(sent.size()) * 1000));
+        if (buffered && sent.size() == 10) sent.emplace_back(3u << 20, U8{7});
     }
+    Rix::Ptr<PcapWriter> w(new PcapWriter(path, snap));
+    w->bufferedIs(buffered);
+    for (U32 i = 0; i < sent.size(); ++i)
+        EXPECT_TRUE(w->frameWrite(sent[i].data(), U32(sent[i].size()), 1700000000, (i + 1) * 1000));
     EXPECT_EQ(w->framesSent(), sent.size());
     return sent;
 }
@@ -108,29 +113,30 @@ TEST(PcapFile, ChecksumsAgreeWithScapy) {
     }
 }
 
+// Unbuffered with a snap length that cuts the long frames, and buffered.
 TEST(PcapFile, ReaderGivesBackWhatTheWriterWrote) {
-    SondarTest::ScratchDir dir;
-    const std::string path = dir.file("round.pcap");
-    const auto sent = writeSamples(path, 1000);
-    Rix::Ptr<PcapReader> r(new PcapReader(path, IntfId("Ethernet7")));
-    EXPECT_EQ(r->linkType(), pcapLinkTypeEthernet);
-    EXPECT_EQ(r->snapLength(), 1000u);
-    Frame f;
-    for (std::size_t i = 0; i < sent.size(); ++i) {
-        ASSERT_TRUE(r->nextFrame(f)) << i;
-        const U32 expectLen = std::min<U32>(static_cast<U32>(sent[i].size()), 1000);
-        ASSERT_EQ(f.length, expectLen);
-        EXPECT_EQ(f.wireLength, sent[i].size()) << "a cut frame keeps its wire length";
-        EXPECT_EQ(std::vector<U8>(f.data, f.data + f.length),
-                  std::vector<U8>(sent[i].begin(), sent[i].begin() + expectLen));
-        EXPECT_EQ(f.seconds, 1700000000u);
-        EXPECT_EQ(f.useconds, (i + 1) * 1000);
-        EXPECT_EQ(f.ingressIntf, IntfId("Ethernet7"));
-        EXPECT_EQ(parseFrame(f.data, f.length).status,
-                  f.length == f.wireLength ? FrameStatus::ok : FrameStatus::truncatedIpPacket);
+    for (bool buffered : {false, true}) {
+        SondarTest::ScratchDir dir;
+        const std::string path = dir.file("round.pcap");
+        const U32 snap = buffered ? 4u << 20 : 1000;
+        const auto sent = writeSamples(path, snap, buffered);
+        Rix::Ptr<PcapReader> r(new PcapReader(path, IntfId("Ethernet7")));
+        EXPECT_EQ(r->linkType(), pcapLinkTypeEthernet);
+        EXPECT_EQ(r->snapLength(), snap);
+        Frame f;
+        for (std::size_t i = 0; i < sent.size(); ++i) {
+            ASSERT_TRUE(r->nextFrame(f)) << i;
+            const U32 expectLen = std::min<U32>(static_cast<U32>(sent[i].size()), snap);
+            EXPECT_EQ(f.wireLength, sent[i].size()) << "a cut frame keeps its wire length";
+            EXPECT_EQ(std::vector<U8>(f.data, f.data + f.length),
+                      std::vector<U8>(sent[i].begin(), sent[i].begin() + expectLen));
+            EXPECT_EQ(f.seconds, 1700000000u);
+            EXPECT_EQ(f.useconds, (i + 1) * 1000);
+            EXPECT_EQ(f.ingressIntf, IntfId("Ethernet7"));
+        }
+        EXPECT_FALSE(r->nextFrame(f));
+        EXPECT_FALSE(r->nextFrame(f)) << "the end stays the end";
     }
-    EXPECT_FALSE(r->nextFrame(f));
-    EXPECT_FALSE(r->nextFrame(f)) << "the end stays the end";
 }
 
 // Each row is a file image and the words its error must contain besides the file's name.
