@@ -2,8 +2,6 @@
 // allocation functions of this test program, packet buffers through the packet manager.
 #include <gtest/gtest.h>
 
-#include <vector>
-
 #include "AllocationCounter.h"
 #include "Sondar/probe/ProbePacket.h"
 #include "Wirex/CapturePam.h"
@@ -13,6 +11,7 @@ namespace {
 
 TEST(ProbeSendAllocationTest, NoAllocationAfterTheFirstSend) {
     for (const U8 protocol : {U8{17}, U8{6}}) {
+        const unsigned long heapAtStart = SondarTest::heapAllocations.load();
         const auto probe = probePacketFactory(
             Wirex::EthAddr(0, 0x1c, 0x73, 0, 0, 1), Wirex::EthAddr(0, 0x1c, 0x73, 0, 0, 2), 100,
             Wirex::IpTtl(64), Wirex::IpAddr(10, 1, 0, 1), Wirex::IpAddr(10, 2, 0, 2),
@@ -20,6 +19,7 @@ TEST(ProbeSendAllocationTest, NoAllocationAfterTheFirstSend) {
             Wirex::EthAddr(0, 0x1c, 0x73, 0x10, 0, 1), Wirex::EthAddr(0, 0x1c, 0x73, 0x10, 0, 2),
             100, 1000);
         const Rix::Ptr<Wirex::CapturePam> pam(new Wirex::CapturePam);
+        EXPECT_GT(SondarTest::heapAllocations.load(), heapAtStart) << "the count sees nothing";
         pam->framesKeptMaxIs(0);
         Wirex::Pkt::Manager* const manager = Wirex::globalPktManager();
 
@@ -38,14 +38,6 @@ TEST(ProbeSendAllocationTest, NoAllocationAfterTheFirstSend) {
         EXPECT_EQ(pam->framesSent(), 100001u);
         EXPECT_EQ(probe->torkHdr()->sequenceNumberImpl().value(), 100002u);
     }
-}
-
-// The counting functions do count: a guard against a test that cannot fail.
-TEST(ProbeSendAllocationTest, CounterSeesAllocations) {
-    const unsigned long before = SondarTest::heapAllocations.load();
-    auto* v = new std::vector<int>(100);
-    delete v;
-    EXPECT_GE(SondarTest::heapAllocations.load() - before, 2u);
 }
 
 }  // namespace
