@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "AllocationCounter.h"
 #include "ProbeTestUtil.h"
 #include "Rix/Clock.h"
 #include "Rix/Trace.h"
@@ -144,6 +145,34 @@ TEST(ProbePacketTest, SendPathEqualsFullRecomputation) {
         EXPECT_EQ(fast->torkHdr()->epochSecondsImpl().value(), 1800000000u);
         ASSERT_TRUE(updateInterval(0xffffffff));
         for (int i = 0; i < 1000; ++i) ASSERT_TRUE(increment()) << "after interval " << i;
+    }
+}
+
+// The send path allocates nothing: heap allocations are counted by replacing the global
+// allocation functions of this test program, packet buffers through the packet manager.
+TEST(ProbePacketTest, SendPathAllocatesNothingAfterTheFirstSend) {
+    for (const Shape& s : {kShapes[1], kShapes[3]}) {
+        const unsigned long heapAtStart = SondarTest::heapAllocations.load();
+        const auto probe = makeProbe(s);
+        const Rix::Ptr<Wirex::CapturePam> pam(new Wirex::CapturePam);
+        EXPECT_GT(SondarTest::heapAllocations.load(), heapAtStart) << "the count sees nothing";
+        pam->framesKeptMaxIs(0);
+        Wirex::Pkt::Manager* const manager = Wirex::globalPktManager();
+
+        ASSERT_TRUE(probe->doTxPkt(pam));
+        probe->doIncrementSequenceNumber();
+        const unsigned long heapBefore = SondarTest::heapAllocations.load();
+        const U32 buffersBefore = manager->buffersCreated();
+        const U32 inUseBefore = manager->pktsInUse();
+        for (int i = 0; i < 100000; ++i) {
+            probe->doIncrementSequenceNumber();
+            if (!probe->doTxPkt(pam)) ADD_FAILURE() << "send " << i << " failed";
+        }
+        EXPECT_EQ(SondarTest::heapAllocations.load() - heapBefore, 0u);
+        EXPECT_EQ(manager->buffersCreated(), buffersBefore);
+        EXPECT_EQ(manager->pktsInUse(), inUseBefore);
+        EXPECT_EQ(pam->framesSent(), 100001u);
+        EXPECT_EQ(probe->torkHdr()->sequenceNumberImpl().value(), 100006u);
     }
 }
 
