@@ -23,18 +23,8 @@ TEST(CheckpointTest, AverageIntervalCountsLostProbesAsSent) {
     EXPECT_DOUBLE_EQ(out.averageInterval(), 0.1);
 }
 
-TEST(CheckpointTest, OrderingIsLexicographicAndNaNEndsWithFalse) {
-    CheckpointCounter a, b;
-    a.epochIs(Epoch(1, 0));
-    b.epochIs(Epoch(1, 0));
-    a.probesReceivedIs(5);
-    b.probesReceivedIs(5);
-    a.probesLostIs(1);
-    b.probesLostIs(2);
-    EXPECT_LT(a, b);
-    b.epochIs(Epoch(0, 999999));  // a smaller epoch orders first whatever its counts
-    EXPECT_LT(b, a);
-
+// A NaN duration is neither less nor greater than anything, nor equal to itself.
+TEST(CheckpointTest, ANaNFieldEndsTheOrderingWithFalse) {
     CheckpointInterval x, y;
     y.epochChangeIs(true);
     EXPECT_LT(x, y);
