@@ -160,7 +160,8 @@ TEST(SondarEndToEnd, CorruptedProbesAreCountedAsBadAndNotCounted) {
 // The program itself, through its JSON: Python's json module reads both documents and compares
 // every stream's expected counts with the analyzed ones.
 TEST(SondarEndToEnd, ProgramJsonOutputsAgree) {
-    if (!ToolTest::haveProgram("/usr/bin/python3")) GTEST_SKIP() << "no /usr/bin/python3";
+    if (!SondarTest::commandSucceeds("test -x /usr/bin/python3"))
+        GTEST_SKIP() << "no /usr/bin/python3";
     ToolTest::ScratchDir dir;
     const std::string pcap = dir.file("json.pcap");
     ToolTest::Outcome g = ToolTest::runSondar(

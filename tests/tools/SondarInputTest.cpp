@@ -19,7 +19,7 @@ using ToolTest::ScratchDir;
 // Each shape's frames decoded by tshark with checksum validation on: every IPv4 and transport
 // checksum "good" (status 1), nothing malformed, and as many frames as generate reported.
 TEST(SondarTshark, GeneratedFramesDecodeCleanWithGoodChecksums) {
-    if (!ToolTest::haveProgram("tshark")) GTEST_SKIP() << "tshark is not installed";
+    if (!SondarTest::haveTshark()) GTEST_SKIP() << "tshark is not installed";
     ScratchDir dir;
     const char* shapes[] = {"--proto udp", "--proto udp --vlan 100", "--proto tcp",
                             "--proto tcp --vlan 4094 --dst-port 80"};
