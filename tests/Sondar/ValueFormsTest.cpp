@@ -136,7 +136,7 @@ TYPED_TEST(ValueForms, RoundTripWithEveryFieldSet) {
     EXPECT_EQ(got, (bareText<T>() ? "" : names) + "\n") << text;
 }
 
-TEST(ValueFormsTest, ExactFormsAndOrderings) {
+TEST(ValueFormsTest, ExactFormsOrderingsAndEnumerationNames) {
     const auto old = Rix::nowSourceIs([] { return 0.5; });
     EpochSession s;
     s.epochIs(Epoch(5, 0));
@@ -176,9 +176,7 @@ TEST(ValueFormsTest, ExactFormsAndOrderings) {
     EXPECT_LT(TorkImplMessageType(1), TorkImplMessageType(200));
     EXPECT_GT(ProbeRate(2, 1, ProbeRateUnit::seconds), ProbeRate(1, 60, ProbeRateUnit::minutes));
     EXPECT_LT(Epoch(1, 999999), Epoch(2, 0));
-}
 
-TEST(ValueFormsTest, EnumerationNamesAndNumbers) {
     const char* names[] = {"torkUnknownType", "torkProbe", "torkLastProbe"};
     for (U32 n = 0; n < 3; ++n) {
         const TorkMessageType t = TorkMessageTypeInstance(n);

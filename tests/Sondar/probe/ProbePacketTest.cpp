@@ -61,7 +61,6 @@ TEST(ProbePacketTest, ShapesHaveTheirSizesAndLengths) {
         const U8* front = p->pkt()->frontData();
         EXPECT_EQ(p->pkt()->bytes(), s.size);
         EXPECT_EQ(p->pktOffset(), s.size);
-        EXPECT_EQ(reinterpret_cast<U8*>(h.ipHdr()), front + (s.vlan ? 18 : 14));
         EXPECT_EQ(h.dot1QHdr() != nullptr, s.vlan != 0);
         if (s.vlan) {
             EXPECT_EQ(h.dot1QHdr()->tagControl().value(), s.vlan & 0xfff);

@@ -30,9 +30,6 @@ TorkProbeHdr filledHeader() {
     return h;
 }
 
-// The layout of every field is checked byte for byte against a header packed by hand in
-// ProbePcapTest's scapy script.
-
 TEST(TorkHdrTest, UnknownCodesReadAsUnknownType) {
     const std::pair<U8, TorkMessageType> cases[] = {{0, torkUnknownType},
                                                     {1, torkProbe},
