@@ -71,6 +71,8 @@ const Script kScripts[] = {
 };
 // clang-format on
 
+void PrintTo(const Script& s, std::ostream* os) { *os << s.name; }
+
 class CounterScript : public ::testing::TestWithParam<Script> {};
 
 TEST_P(CounterScript, Counts) {
