@@ -148,9 +148,6 @@ TEST(ValueFormsTest, ExactFormsOrderingsAndEnumerationNames) {
         "'probesDuplicated': 0, 'probesSeqWindow': 0, 'windowStartSeq': 0, 'duplicateProbeWindow': "
         "Value('Sondar::DuplicateProbeWindow', ** {'windowStartSeq': 0, 'probesSeqWindow': 0, "
         "'duplicateWinMask': 0, 'eventTime': 0.0})})");
-    EXPECT_EQ(Rix::valueStrep(ProbeRate(1, 60, ProbeRateUnit::seconds)).str(),
-              "Value('Sondar::ProbeRate', ** {'numProbes': 1, 'timeInterval': 60, 'timeUnit': "
-              "'seconds'})");
     EXPECT_EQ(Rix::strepToValue<Epoch>("Value('Sondar::Epoch', ** {'useconds': 0, 'seconds': 5})"),
               Epoch(5, 0));
     EXPECT_EQ(Rix::strepToValue<ProbesPerSecond>("  77"), ProbesPerSecond(77));

@@ -55,7 +55,6 @@ TEST(OrderedStreamCollectionTest, EgressRecordsAreKeyedByThemselvesAndNotify) {
     t.keyIs(k);
     t.numProbesTxIs(3);
     c->newStream(t);
-    EXPECT_EQ(c->stream(k).numProbesTx(), 3u);
     // a record changed in place is announced by its owner
     auto it = c->streamIter(k);
     ASSERT_TRUE(it);
