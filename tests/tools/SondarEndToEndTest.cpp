@@ -1,7 +1,10 @@
-// generate's ground truth against analyze's counts, through the pcap file between them.
+// generate's ground truth against analyze's counts, through the pcap file between them, and the
+// heap allocations of both.
 #include <gtest/gtest.h>
 
+#include "AllocationCounter.h"
 #include "ToolTestUtil.h"
+#include "Wirex/FrameParser.h"
 #include "Wirex/PcapFile.h"
 #include "sondar/Analyzer.h"
 #include "sondar/Generator.h"
@@ -60,8 +63,7 @@ struct Outcome {
 Outcome roundTrip(const GenerateOptions& o, const std::string& path) {
     SondarCli::GenerateResult truth;
     {
-        auto writer =
-            SondarCli::pcapOutput(path);
+        auto writer = SondarCli::pcapOutput(path);
         truth = SondarCli::generate(o, writer, writer.ptr());
     }
     SondarCli::AnalyzeOptions a;
@@ -158,7 +160,8 @@ TEST(SondarEndToEnd, CorruptedProbesAreCountedAsBadAndNotCounted) {
 // The program itself, through its JSON: Python's json module reads both documents and compares
 // every stream's expected counts with the analyzed ones.
 TEST(SondarEndToEnd, ProgramJsonOutputsAgree) {
-    if (!ToolTest::haveProgram("/usr/bin/python3")) GTEST_SKIP() << "no /usr/bin/python3";
+    if (!SondarTest::commandSucceeds("test -x /usr/bin/python3"))
+        GTEST_SKIP() << "no /usr/bin/python3";
     ToolTest::ScratchDir dir;
     const std::string pcap = dir.file("json.pcap");
     ToolTest::Outcome g = ToolTest::runSondar(
@@ -204,6 +207,54 @@ TEST(SondarEndToEnd, DemoShowsAgreement) {
     EXPECT_NE(r.out.find("the analysis equals the ground truth for all 4 streams"),
               std::string::npos)
         << r.out;
+}
+
+// The per-probe paths of generate and analyze allocate nothing: every allocation happens per
+// stream, per restart or per run, never per probe.
+unsigned long generateAllocations(U64 count, const std::string& path) {
+    const unsigned long before = SondarTest::heapAllocations.load();
+    {
+        auto writer = SondarCli::pcapOutput(path);
+        GenerateOptions o = mix(0.05, 0.05, 0.05, 4, 2, 1);
+        o.count = count;
+        SondarCli::generate(o, writer, writer.ptr());
+    }
+    return SondarTest::heapAllocations.load() - before;
+}
+
+TEST(SondarAllocation, GenerateAllocatesTheSameForFiftyTimesTheProbes) {
+    ToolTest::ScratchDir dir;
+    generateAllocations(100, dir.file("warm.pcap"));
+    const unsigned long small = generateAllocations(1000, dir.file("small.pcap"));
+    EXPECT_GT(small, 0u) << "the allocation count does not see the generator";
+    EXPECT_EQ(small, generateAllocations(50000, dir.file("large.pcap")));
+}
+
+TEST(SondarAllocation, AnalyzingProbesOfKnownStreamsAllocatesNothing) {
+    ToolTest::ScratchDir dir;
+    const std::string path = dir.file("a.pcap");
+    generateAllocations(5000, path);
+    // The frames, read once into memory, so that only the analysis runs under the count.
+    std::vector<std::vector<U8>> frames;
+    Wirex::PcapReader reader(path);
+    Wirex::Frame f;
+    while (reader.nextFrame(f)) frames.emplace_back(f.data, f.data + f.length);
+
+    SondarCli::Analyzer analyzer{SondarCli::AnalyzeOptions()};
+    auto feed = [&](std::size_t from, std::size_t to) {
+        for (std::size_t i = from; i < to; ++i) {
+            const U32 n = static_cast<U32>(frames[i].size());
+            analyzer.frameIs(frames[i].data(), n, n);
+        }
+    };
+    const std::size_t warm = frames.size() / 10;
+    feed(0, warm);
+    ASSERT_EQ(analyzer.streams().size(), 8u);
+    const unsigned long before = SondarTest::heapAllocations.load();
+    feed(warm, frames.size());
+    analyzer.doCalcLoss();
+    EXPECT_EQ(SondarTest::heapAllocations.load() - before, 0u);
+    EXPECT_EQ(analyzer.totals().probes, frames.size());
 }
 
 }  // namespace

