@@ -206,12 +206,17 @@ class VaultMap final : public MountedTable {
     }
     [[noreturn, gnu::cold, gnu::noinline]] void imageBroken(const char* op, U32 i) const;
     void recover();
-    // Whether slot i's payload in the segment still passes the check this writer published.
+    // Whether slot i's payload in the segment still passes the check this writer published;
+    // with `intoCopy`, its value is also stored into the writer's copy on the way.
+    template <bool intoCopy = false>
     bool checkHolds(U32 i) const {
         const U64* s = slot(i) + 2;
         EntryCheck check;
-        Codec::template forChunks<0, Codec::chunks>(
-            [&](auto c) VAULT_INLINE { check.add(Chunks::loadShared(s + 2 * c)); });
+        Codec::template forChunks<0, Codec::chunks>([&](auto c) VAULT_INLINE {
+            const Chunk chunk = Chunks::loadShared(s + 2 * c);
+            check.add(chunk);
+            if constexpr (intoCopy) Codec::template decodeValue<c>(chunk, values_[i]);
+        });
         return metaCheck(mirror_[i].meta) == check.value(slotSeed(i));
     }
     // Whether slot i's payload in the segment is exactly the encoding of this writer's entry.
@@ -368,20 +373,11 @@ void VaultMap<K, V, H>::publishMeta(U32 i, U64 meta) {
 template <class K, class V, class H>
 V* VaultMap<K, V, H>::copyOut(U32 i) const {
     const U64* s = slot(i);
-    V& out = values_[i];
-    EntryCheck check;
-    Codec::template forChunks<0, Codec::chunks>([&](auto c) VAULT_INLINE {
-        const Chunk chunk = Chunks::loadShared(s + 2 + 2 * c);
-        check.add(chunk);
-        Codec::template decodeValue<c>(chunk, out);
-    });
-    const U64 meta = mirror_[i].meta;
-    if (loadWord(s) != publishedSeq(i) || loadWord(s + 1) != meta ||
-        metaCheck(meta) != check.value(slotSeed(i))) {
+    if (!checkHolds<true>(i) || loadWord(s) != publishedSeq(i) ||
+        loadWord(s + 1) != mirror_[i].meta)
         return nullptr;
-    }
     mirror_[i].seq |= copied;
-    return &out;
+    return &values_[i];
 }
 
 template <class K, class V, class H>
